@@ -1,0 +1,63 @@
+#pragma once
+// LMRPCClient runs one request from text to text: size cap, envelope decoding, method
+// lookup and validation, routing to the handlers, and writing the response. `execute`
+// always yields exactly one response text and never throws. The client owns its request
+// handler (and through it the router and handlers); events travel the other way, written
+// as text and handed to the emitter the client was created with, from any thread.
+//
+// Create clients with `create`: the handler refers back to the client weakly, which needs
+// a shared owner. Any thread may call any member.
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include <boost/asio/awaitable.hpp>
+
+#include "lumetra_rpc/timeout_config.h"
+
+namespace lumetra_rpc {
+
+class LMRPCRequestHandler;
+class LMRPCSDKCapabilities;
+struct LMRPCEvent;
+
+class LMRPCClient : public std::enable_shared_from_this<LMRPCClient> {
+ public:
+  using EventEmitter = std::function<void(std::string eventText)>;
+  using Completion = std::function<void(std::string responseText)>;
+
+  // Over the built-in SDK, with the default timeouts (10, 10, 30, 10, 10 seconds).
+  static std::shared_ptr<LMRPCClient> create(EventEmitter eventEmitter);
+  // Over any implementation of the SDK capabilities, with the given timeouts.
+  static std::shared_ptr<LMRPCClient> create(EventEmitter eventEmitter, TimeoutConfig timeouts,
+                                             std::shared_ptr<LMRPCSDKCapabilities> sdk);
+
+  LMRPCClient(const LMRPCClient&) = delete;
+  LMRPCClient& operator=(const LMRPCClient&) = delete;
+  ~LMRPCClient();
+
+  // Runs on the shared pool whichever executor awaits it.
+  boost::asio::awaitable<std::string> execute(std::string jsonRequest);
+
+  // Completion form: returns at once; `completion` runs once, on a pool thread.
+  void executeWithJsonRequest(std::string jsonRequest, Completion completion) noexcept;
+
+  const std::shared_ptr<LMRPCRequestHandler>& handler() const noexcept { return handler_; }
+
+ private:
+  struct PrivateTag {};
+
+ public:
+  LMRPCClient(PrivateTag, EventEmitter eventEmitter, TimeoutConfig timeouts,
+              std::shared_ptr<LMRPCSDKCapabilities> sdk);
+
+ private:
+  boost::asio::awaitable<std::string> run(std::string jsonRequest);
+  void forwardEvent(const LMRPCEvent& event) const noexcept;
+
+  std::shared_ptr<LMRPCRequestHandler> handler_;
+  EventEmitter eventEmitter_;
+};
+
+}  // namespace lumetra_rpc

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <memory>
+
+#include <boost/asio/awaitable.hpp>
+
+#include "parsing/parsed_request.h"
+#include "sdk/capabilities.h"
+#include "supervision/outcome.h"
+
+
+namespace lumetra_rpc {
+
+// Immutable once built; may serve any number of requests at the same time.
+class LMRPCNotificationHandler {
+ public:
+  explicit LMRPCNotificationHandler(std::shared_ptr<LMRPCNotificationSDK> sdk) : sdk_(std::move(sdk)) {}
+
+  boost::asio::awaitable<SDKOutcome> handle(LMRPCNotificationRequest request) const;
+
+ private:
+  std::shared_ptr<LMRPCNotificationSDK> sdk_;
+};
+
+}  // namespace lumetra_rpc

@@ -1,0 +1,176 @@
+#pragma once
+// The nine narrow views of the SDK that the handlers hold. One object (the adapter, or a
+// test double) implements all nine; each handler sees only its own. Implementations must
+// accept calls from any thread, except the three URL-opening deep-link operations, which
+// callers run on the main executor.
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "parsing/requests.h"
+#include "sdk/sdk_types.h"
+
+namespace lumetra_rpc {
+
+class LMRPCCoreSDK {
+ public:
+  virtual ~LMRPCCoreSDK() = default;
+  virtual std::string lumetraDevKey() const = 0;
+  virtual void setLumetraDevKey(const std::string& key) = 0;
+  virtual std::string appleAppID() const = 0;
+  virtual void setAppleAppID(const std::string& appID) = 0;
+  virtual void start(SDKCompletion completion) = 0;
+  virtual void logEvent(const std::string& name, const std::optional<JSONObject>& values) = 0;
+  virtual void logEvent(const std::string& name, const std::optional<JSONObject>& values,
+                        SDKCompletion completion) = 0;
+  virtual void setPluginInfo(std::int64_t plugin, const std::string& pluginVersion,
+                             const std::optional<JSONObject>& additionalParams) = 0;
+};
+
+class LMRPCSimpleConfigSDK {
+ public:
+  virtual ~LMRPCSimpleConfigSDK() = default;
+  virtual bool isDebug() const = 0;
+  virtual void setIsDebug(bool value) = 0;
+  virtual std::string customerUserID() const = 0;
+  virtual void setCustomerUserID(const std::string& value) = 0;
+  virtual JSONObject additionalData() const = 0;
+  virtual void setAdditionalData(const JSONObject& value) = 0;
+  virtual std::string currencyCode() const = 0;
+  virtual void setCurrencyCode(const std::string& value) = 0;
+  virtual bool disableAdvertisingIdentifier() const = 0;
+  virtual void setDisableAdvertisingIdentifier(bool value) = 0;
+  virtual bool disableSKAdNetwork() const = 0;
+  virtual void setDisableSKAdNetwork(bool value) = 0;
+  virtual bool shouldCollectDeviceName() const = 0;
+  virtual void setShouldCollectDeviceName(bool value) = 0;
+  virtual std::string appInviteHoplineID() const = 0;
+  virtual void setAppInviteHoplineID(const std::string& value) = 0;
+  virtual bool anonymizeUser() const = 0;
+  virtual void setAnonymizeUser(bool value) = 0;
+  virtual bool disableCollectASA() const = 0;
+  virtual void setDisableCollectASA(bool value) = 0;
+  virtual bool disableAppleAdsAttribution() const = 0;
+  virtual void setDisableAppleAdsAttribution(bool value) = 0;
+  virtual bool useReceiptValidationSandbox() const = 0;
+  virtual void setUseReceiptValidationSandbox(bool value) = 0;
+  virtual bool useUninstallSandbox() const = 0;
+  virtual void setUseUninstallSandbox(bool value) = 0;
+  virtual void setPhoneNumber(const std::string& value) = 0;
+  virtual bool disableIDFVCollection() const = 0;
+  virtual void setDisableIDFVCollection(bool value) = 0;
+  virtual std::string currentDeviceLanguage() const = 0;
+  virtual void setCurrentDeviceLanguage(const std::string& value) = 0;
+  virtual bool isStopped() const = 0;
+  virtual void setIsStopped(bool value) = 0;
+};
+
+class LMRPCComplexConfigSDK {
+ public:
+  virtual ~LMRPCComplexConfigSDK() = default;
+  virtual StringList resolveDeepLinkURLs() const = 0;
+  virtual void setResolveDeepLinkURLs(const StringList& urls) = 0;
+  virtual StringList hoplineCustomDomains() const = 0;
+  virtual void setHoplineCustomDomains(const StringList& domains) = 0;
+  virtual std::uint64_t minTimeBetweenSessions() const = 0;
+  virtual void setMinTimeBetweenSessions(std::uint64_t seconds) = 0;
+  virtual std::uint64_t deepLinkTimeout() const = 0;
+  virtual void setDeepLinkTimeout(std::uint64_t timeout) = 0;
+  virtual void setHost(const std::string& host, const std::string& hostPrefix) = 0;
+  virtual void setInstallId(const std::string& installId) = 0;
+  virtual void setSharingFilterForPartners(const std::optional<StringList>& partners) = 0;
+  virtual void setPartnerData(const std::string& partnerId, const JSONObject& partnerInfo) = 0;
+};
+
+class LMRPCPrivacySDK {
+ public:
+  virtual ~LMRPCPrivacySDK() = default;
+  virtual void waitForATTUserAuthorization(double timeoutInterval) = 0;
+  virtual void setConsentData(const LumetraConsent& consent) = 0;
+  virtual void enableTCFDataCollection(bool enable) = 0;
+};
+
+class LMRPCDeepLinkSDK {
+ public:
+  virtual ~LMRPCDeepLinkSDK() = default;
+  virtual void appendParametersToDeepLinkingURL(const std::string& containsString,
+                                                const StringDictionary& parameters) = 0;
+  virtual void addPushNotificationDeepLinkPath(const StringList& path) = 0;
+  virtual void enableFacebookDeferredApplinks(const std::optional<ClassHandle>& appLinkUtility) = 0;
+  virtual std::optional<URLValue> facebookDeferredAppLink() const = 0;
+  virtual void setFacebookDeferredAppLink(const std::optional<URLValue>& url) = 0;
+  // The next three run on the main executor.
+  virtual void handleOpenUrl(const URLValue& url, const std::optional<JSONObject>& options) = 0;
+  virtual bool continueUserActivity(const LMUserActivity& activity,
+                                    std::function<void(std::vector<OpaqueValue>)> restorationHandler) = 0;
+  virtual void performOnAppAttribution(const URLValue& url) = 0;
+};
+
+class LMRPCMonetizationSDK {
+ public:
+  virtual ~LMRPCMonetizationSDK() = default;
+  virtual void validateAndLogInAppPurchase(
+      const std::string& productIdentifier, const std::string& price, const std::string& currency,
+      const std::string& transactionId, const std::optional<JSONObject>& additionalParameters,
+      std::function<void(AnyKeyMap response)> success,
+      std::function<void(SDKError error, AnyCodable response)> failure) = 0;
+  virtual void validateAndLogInAppPurchase(std::shared_ptr<const LMSDKPurchaseDetails> details,
+                                           const std::optional<JSONObject>& purchaseAdditionalDetails,
+                                           SDKCompletion completion) = 0;
+  virtual void logAdRevenue(const LMAdRevenueData& revenue,
+                            const std::optional<JSONObject>& additionalParameters) = 0;
+  virtual void logCrossPromoteImpression(const std::string& appID,
+                                         const std::optional<std::string>& campaign,
+                                         const std::optional<JSONObject>& parameters) = 0;
+  // The open-store callback receives the SDK's URL session (opaque here) and the click URL.
+  virtual void logAndOpenStore(const std::string& appID, const std::optional<std::string>& campaign,
+                               const std::optional<JSONObject>& parameters,
+                               std::function<void(OpaqueValue urlSession, URLValue clickURL)> openStore) = 0;
+  virtual void generateInviteUrl(LinkGeneratorCallback linkGenerator,
+                                 std::function<void(std::optional<URLValue> url)> completionHandler) = 0;
+  virtual void logInvite(const std::optional<std::string>& channel,
+                         const std::optional<JSONObject>& parameters) = 0;
+  // The SDK's initialiser for purchase details, which may yield no object.
+  virtual std::shared_ptr<const LMSDKPurchaseDetails> makePurchaseDetails(
+      const std::string& productId, const std::string& transactionId, std::int64_t purchaseType) = 0;
+};
+
+class LMRPCNotificationSDK {
+ public:
+  virtual ~LMRPCNotificationSDK() = default;
+  virtual void handlePushNotification(const JSONObject& pushPayload) = 0;
+  virtual void registerUninstall(const Bytes& deviceToken) = 0;
+};
+
+class LMRPCDataSDK {
+ public:
+  virtual ~LMRPCDataSDK() = default;
+  virtual void setUserEmails(const StringList& emails, std::int64_t cryptType) = 0;
+  virtual void logLocation(double longitude, double latitude) = 0;
+  virtual std::string getLumetraUID() = 0;
+  virtual std::string getSDKVersion() = 0;
+};
+
+// Delegates are held weakly so that the SDK never keeps the library's objects alive.
+class LMRPCListenerSDK {
+ public:
+  virtual ~LMRPCListenerSDK() = default;
+  virtual std::weak_ptr<LumetraLibDelegate> delegate() const = 0;
+  virtual void setDelegate(std::weak_ptr<LumetraLibDelegate> delegate) = 0;
+  virtual std::weak_ptr<LumetraDeepLinkDelegate> deepLinkDelegate() const = 0;
+  virtual void setDeepLinkDelegate(std::weak_ptr<LumetraDeepLinkDelegate> delegate) = 0;
+};
+
+// Everything the request handler needs from one SDK object.
+class LMRPCSDKCapabilities : public LMRPCCoreSDK,
+                             public LMRPCSimpleConfigSDK,
+                             public LMRPCComplexConfigSDK,
+                             public LMRPCPrivacySDK,
+                             public LMRPCDeepLinkSDK,
+                             public LMRPCMonetizationSDK,
+                             public LMRPCNotificationSDK,
+                             public LMRPCDataSDK,
+                             public LMRPCListenerSDK {};
+
+}  // namespace lumetra_rpc

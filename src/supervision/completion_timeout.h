@@ -1,0 +1,27 @@
+#pragma once
+// Races an SDK operation that answers through a completion against a timer, so that the
+// caller always gets exactly one outcome within `timeoutSeconds`. The operation is always
+// started asynchronously on the main executor, never on the caller's thread; its
+// completion may come from any thread, late, twice or never: only the first answer before
+// the timeout counts. A waiting race holds no thread.
+
+#include <functional>
+#include <string>
+
+#include <boost/asio/awaitable.hpp>
+
+#include "sdk/sdk_types.h"
+#include "supervision/outcome.h"
+
+namespace lumetra_rpc {
+
+using SDKOperation = std::function<void(SDKCompletion completion)>;
+
+boost::asio::awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds,
+                                                            std::string operationName,
+                                                            SDKOperation operation);
+
+// The entries of an SDK dictionary whose keys are strings, values unchanged.
+JSONObject stringKeyedCopy(const AnyKeyMap& dictionary);
+
+}  // namespace lumetra_rpc

@@ -1,0 +1,2 @@
+#pragma once
+#include "lumetra_rpc/timeout_config.h"

@@ -1,0 +1,54 @@
+#pragma once
+// The records that cross the boundary as text: request, response, error object, event.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "wire/any_codable.h"
+#include "wire/expected.h"
+
+namespace lumetra_rpc {
+
+struct LMRPCRequest {
+  std::optional<AnyCodable> id;
+  std::string method;
+  JSONObject params;
+};
+
+struct LMRPCError {
+  std::int64_t code = 0;
+  std::string message;
+  std::optional<JSONObject> details;
+};
+
+struct LMRPCResponse {
+  std::optional<AnyCodable> id;
+  std::optional<AnyCodable> result;
+  std::optional<LMRPCError> error;
+};
+
+struct LMRPCEvent {
+  // With no timestamp given, the current time in whole milliseconds (fraction dropped).
+  LMRPCEvent(std::string event, std::optional<AnyCodable> data,
+             std::optional<std::int64_t> timestamp = std::nullopt, std::string origin = "ios");
+
+  std::string event;
+  std::optional<AnyCodable> data;
+  std::int64_t timestamp;
+  std::string origin;
+};
+
+// Sent as they stand when even an error response or an event cannot be written.
+inline constexpr std::string_view kResponseFallbackText =
+    R"({"id":null,"error":{"code":500,"message":"Internal encoding error"},"result":null})";
+inline constexpr std::string_view kEventFallbackText =
+    R"({"event":"error","data":{"message":"Failed to encode event"},"origin":"ios"})";
+
+// The JSON form of each record, with absent members written as the wire rules say.
+AnyCodable toJSON(const LMRPCRequest& request);
+AnyCodable toJSON(const LMRPCResponse& response);
+AnyCodable toJSON(const LMRPCError& error);
+AnyCodable toJSON(const LMRPCEvent& event);
+
+}  // namespace lumetra_rpc

@@ -1,0 +1,41 @@
+#include "support/pump.h"
+
+#include <atomic>
+#include <mutex>
+
+#include <boost/asio/co_spawn.hpp>
+
+namespace lumetra_rpc::testing {
+
+bool pumpUntil(const std::function<bool()>& done, std::chrono::milliseconds ceiling) {
+  auto deadline = std::chrono::steady_clock::now() + ceiling;
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    Runtime::shared().runMainFor(std::chrono::milliseconds(1));
+  }
+  Runtime::shared().runMainUntilIdle();
+  return true;
+}
+
+void pumpFor(std::chrono::milliseconds duration) {
+  auto deadline = std::chrono::steady_clock::now() + duration;
+  while (std::chrono::steady_clock::now() < deadline)
+    Runtime::shared().runMainFor(std::chrono::milliseconds(1));
+}
+
+std::string execute(LMRPCClient& client, std::string request) {
+  auto state = std::make_shared<std::pair<std::mutex, std::optional<std::string>>>();
+  client.executeWithJsonRequest(std::move(request), [state](std::string text) {
+    std::lock_guard lock(state->first);
+    state->second = std::move(text);
+  });
+  bool answered = pumpUntil([&] {
+    std::lock_guard lock(state->first);
+    return state->second.has_value();
+  });
+  if (!answered) return "<no response>";
+  std::lock_guard lock(state->first);
+  return *state->second;
+}
+
+}  // namespace lumetra_rpc::testing
