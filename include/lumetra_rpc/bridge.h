@@ -16,11 +16,15 @@
 
 namespace lumetra_rpc {
 
-class LumetraRPCBridge : public std::enable_shared_from_this<LumetraRPCBridge> {
+class LMRPC_API LumetraRPCBridge : public std::enable_shared_from_this<LumetraRPCBridge> {
  public:
   using TextHandler = std::function<void(std::string text)>;
 
   static std::shared_ptr<LumetraRPCBridge> shared();
+  // Chooses, before first use of shared(), the timeouts and SDK its client is built with
+  // (the command-line host, or an embedder bringing its own SDK binding). Returns false
+  // and changes nothing once shared() exists.
+  static bool configureShared(TimeoutConfig timeouts, std::shared_ptr<LMRPCSDKCapabilities> sdk);
   // A facade with a client of its own, independent of shared().
   static std::shared_ptr<LumetraRPCBridge> create();
   // A facade that uses exactly `client`; an absent client answers every request with

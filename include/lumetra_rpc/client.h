@@ -14,6 +14,7 @@
 
 #include <boost/asio/awaitable.hpp>
 
+#include "lumetra_rpc/export.h"
 #include "lumetra_rpc/timeout_config.h"
 
 namespace lumetra_rpc {
@@ -22,7 +23,7 @@ class LMRPCRequestHandler;
 class LMRPCSDKCapabilities;
 struct LMRPCEvent;
 
-class LMRPCClient : public std::enable_shared_from_this<LMRPCClient> {
+class LMRPC_API LMRPCClient : public std::enable_shared_from_this<LMRPCClient> {
  public:
   using EventEmitter = std::function<void(std::string eventText)>;
   using Completion = std::function<void(std::string responseText)>;
@@ -53,7 +54,10 @@ class LMRPCClient : public std::enable_shared_from_this<LMRPCClient> {
               std::shared_ptr<LMRPCSDKCapabilities> sdk);
 
  private:
-  boost::asio::awaitable<std::string> run(std::string jsonRequest);
+  // The request's whole run, keeping the client alive until its response is written.
+  static boost::asio::awaitable<std::string> respond(std::shared_ptr<LMRPCClient> self,
+                                                     std::string jsonRequest);
+  friend class LumetraRPCBridge;
   void forwardEvent(const LMRPCEvent& event) const noexcept;
 
   std::shared_ptr<LMRPCRequestHandler> handler_;

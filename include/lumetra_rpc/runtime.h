@@ -13,11 +13,12 @@
 #include <memory>
 
 #include <boost/asio/io_context.hpp>
+#include "lumetra_rpc/export.h"
 #include <boost/asio/thread_pool.hpp>
 
 namespace lumetra_rpc {
 
-class Runtime {
+class LMRPC_API Runtime {
  public:
   using PoolExecutor = boost::asio::thread_pool::executor_type;
   using MainExecutor = boost::asio::io_context::executor_type;

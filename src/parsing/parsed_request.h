@@ -88,24 +88,27 @@ struct InVariant<T, std::variant<Ts...>> : std::bool_constant<(std::is_same_v<T,
 template <typename Record>
 struct CategoryOf {
  private:
-  template <typename... Cs>
-  struct Pick;
   template <typename C, typename... Cs>
-  struct Pick<C, Cs...> {
-    using type = std::conditional_t<detail::InVariant<Record, C>::value, C,
-                                    typename Pick<Cs...>::type>;
+  struct Pick {
+    using type = typename std::conditional_t<detail::InVariant<Record, C>::value,
+                                             std::type_identity<C>, Pick<Cs...>>::type;
   };
   template <typename C>
   struct Pick<C> {
-    static_assert(detail::InVariant<Record, C>::value, "request record without a category");
     using type = C;
   };
+  template <typename... Cs>
+  static constexpr int kMemberships = (int(detail::InVariant<Record, Cs>::value) + ...);
 
  public:
   using type = typename Pick<LMRPCCoreRequest, LMRPCSimpleConfigRequest, LMRPCComplexConfigRequest,
                             LMRPCPrivacyRequest, LMRPCDeepLinkRequest, LMRPCMonetizationRequest,
                             LMRPCNotificationRequest, LMRPCDataRequest,
                             LMRPCListenerRequest>::type;
+  static_assert(kMemberships<LMRPCCoreRequest, LMRPCSimpleConfigRequest, LMRPCComplexConfigRequest,
+                             LMRPCPrivacyRequest, LMRPCDeepLinkRequest, LMRPCMonetizationRequest,
+                             LMRPCNotificationRequest, LMRPCDataRequest, LMRPCListenerRequest> == 1,
+                "every request record belongs to exactly one category");
 };
 template <typename Record>
 using CategoryOfT = typename CategoryOf<Record>::type;

@@ -1,0 +1,49 @@
+#pragma once
+// Brings a parsed request to the handler of its category and shapes the outcome into the
+// result object. The category of every request record follows from its type
+// (CategoryOfT), so each of the nine routes is found by type, not by a 55-way switch.
+// Immutable after construction; each route owns the handler it calls.
+
+#include <functional>
+#include <memory>
+#include <tuple>
+
+#include <boost/asio/awaitable.hpp>
+
+#include "parsing/parsed_request.h"
+#include "supervision/outcome.h"
+#include "supervision/timeout_config.h"
+
+namespace lumetra_rpc {
+
+class LMRPCSDKCapabilities;
+class LMRPCListenerHandler;
+
+template <typename Category>
+using Route = std::function<boost::asio::awaitable<SDKOutcome>(Category)>;
+
+class LMRPCHandlerRouter {
+ public:
+  using Routes = std::tuple<Route<LMRPCCoreRequest>, Route<LMRPCSimpleConfigRequest>,
+                            Route<LMRPCComplexConfigRequest>, Route<LMRPCPrivacyRequest>,
+                            Route<LMRPCDeepLinkRequest>, Route<LMRPCMonetizationRequest>,
+                            Route<LMRPCNotificationRequest>, Route<LMRPCDataRequest>,
+                            Route<LMRPCListenerRequest>>;
+
+  explicit LMRPCHandlerRouter(Routes routes) : routes_(std::move(routes)) {}
+
+  // Every route answers "Not ready": what a router that is not yet wired gives.
+  static std::shared_ptr<const LMRPCHandlerRouter> placeholder();
+
+  // The real router: the eight handlers over one SDK object, plus the listener handler.
+  static std::shared_ptr<const LMRPCHandlerRouter> make(std::shared_ptr<LMRPCSDKCapabilities> sdk,
+                                                        std::shared_ptr<LMRPCListenerHandler> listener,
+                                                        TimeoutConfig timeouts);
+
+  boost::asio::awaitable<JSONObject> route(LMRPCParsedRequest request) const;
+
+ private:
+  Routes routes_;
+};
+
+}  // namespace lumetra_rpc

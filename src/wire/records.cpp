@@ -1,0 +1,50 @@
+#include "wire/records.h"
+
+#include <chrono>
+#include <cmath>
+
+namespace lumetra_rpc {
+namespace {
+
+std::int64_t nowInMilliseconds() {
+  using namespace std::chrono;
+  const double seconds = duration<double>(system_clock::now().time_since_epoch()).count();
+  return static_cast<std::int64_t>(std::trunc(seconds * 1000.0));
+}
+
+AnyCodable orNull(const std::optional<AnyCodable>& value) { return value ? *value : AnyCodable(); }
+
+}  // namespace
+
+LMRPCEvent::LMRPCEvent(std::string eventName, std::optional<AnyCodable> payload,
+                       std::optional<std::int64_t> time, std::string originName)
+    : event(std::move(eventName)),
+      data(std::move(payload)),
+      timestamp(time ? *time : nowInMilliseconds()),
+      origin(std::move(originName)) {}
+
+AnyCodable toJSON(const LMRPCRequest& request) {
+  JSONObject object{{"method", request.method}, {"params", request.params}};
+  if (request.id) object.emplace("id", *request.id);
+  return object;
+}
+
+AnyCodable toJSON(const LMRPCError& error) {
+  JSONObject object{{"code", error.code}, {"message", error.message}};
+  if (error.details) object.emplace("details", *error.details);
+  return object;
+}
+
+AnyCodable toJSON(const LMRPCResponse& response) {
+  return JSONObject{{"id", orNull(response.id)},
+                    {"result", orNull(response.result)},
+                    {"error", response.error ? toJSON(*response.error) : AnyCodable()}};
+}
+
+AnyCodable toJSON(const LMRPCEvent& event) {
+  JSONObject object{{"event", event.event}, {"timestamp", event.timestamp}, {"origin", event.origin}};
+  if (event.data) object.emplace("data", *event.data);
+  return object;
+}
+
+}  // namespace lumetra_rpc

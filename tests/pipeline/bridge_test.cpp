@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+#include "lumetra_rpc/bridge.h"
+#include "lumetra_rpc/runtime.h"
+#include "pipeline/request_handler.h"
+#include "support/pump.h"
+
+namespace lumetra_rpc {
+namespace {
+
+struct Received {
+  std::mutex mutex;
+  std::vector<std::string> texts;
+  std::atomic<int> offMain{0};
+  void add(std::string text) {
+    if (!Runtime::shared().isOnMain()) ++offMain;
+    std::lock_guard lock(mutex);
+    texts.push_back(std::move(text));
+  }
+  std::size_t size() {
+    std::lock_guard lock(mutex);
+    return texts.size();
+  }
+};
+
+void executeAndWait(LumetraRPCBridge& bridge, std::string request) {
+  std::atomic<bool> done{false};
+  bridge.executeJson(std::move(request), [&](std::string) { done = true; });
+  ASSERT_TRUE(testing::pumpUntil([&] { return done.load(); }));
+}
+
+TEST(Bridge, CompletionsRunOnTheMainExecutorExactlyOnce) {
+  auto bridge = LumetraRPCBridge::create();
+  auto received = std::make_shared<Received>();
+  std::vector<std::thread> callers;
+  for (int i = 0; i < 4; ++i) {
+    callers.emplace_back([&bridge, received, i] {
+      for (int j = 0; j < 25; ++j)
+        bridge->executeJson(R"({"id":)" + std::to_string(i * 100 + j) + R"(,"method":"getSDKVersion"})",
+                            [received](std::string text) { received->add(std::move(text)); });
+    });
+  }
+  for (auto& caller : callers) caller.join();
+  ASSERT_TRUE(testing::pumpUntil([&] { return received->size() == 100; }));
+  testing::pumpFor(std::chrono::milliseconds(20));
+  EXPECT_EQ(received->size(), 100u);
+  EXPECT_EQ(received->offMain.load(), 0);
+}
+
+TEST(Bridge, WithoutAClientAnswersSynchronouslyOnTheCallersThread) {
+  auto bridge = LumetraRPCBridge::create(nullptr);
+  std::string text;
+  std::thread::id thread;
+  bridge->executeJson(R"({"id":5,"method":"init"})", [&](std::string t) {
+    text = std::move(t);
+    thread = std::this_thread::get_id();
+  });
+  EXPECT_EQ(text, R"({"error":{"code":500,"message":"RPC client not initialized"},"id":null,"result":null})");
+  EXPECT_EQ(thread, std::this_thread::get_id());
+}
+
+TEST(Bridge, EventHandlerIsLookedUpAtDelivery) {
+  auto bridge = LumetraRPCBridge::create();
+  auto other = LumetraRPCBridge::create();
+  auto mine = std::make_shared<Received>();
+  auto theirs = std::make_shared<Received>();
+  other->setEventHandler([theirs](std::string text) { theirs->add(std::move(text)); });
+  executeAndWait(*bridge, R"({"method":"registerConversionListener"})");
+  auto& delegate = *bridge->rpcClient()->handler();
+
+  delegate.onConversionDataFail(SDKError{"LM", 1, "lost"});  // no handler yet: lost for good
+  testing::pumpFor(std::chrono::milliseconds(30));
+  bridge->setEventHandler([mine](std::string text) { mine->add(std::move(text)); });
+  delegate.onConversionDataFail(SDKError{"LM", 2, "kept"});
+  ASSERT_TRUE(testing::pumpUntil([&] { return mine->size() == 1; }));
+  EXPECT_NE(mine->texts[0].find("\"kept\""), std::string::npos);
+
+  delegate.onConversionDataFail(SDKError{"LM", 3, "in flight"});
+  bridge->removeEventHandler();
+  testing::pumpFor(std::chrono::milliseconds(30));
+  EXPECT_EQ(mine->size(), 1u);
+  EXPECT_EQ(theirs->size(), 0u);
+  EXPECT_EQ(mine->offMain.load(), 0);
+}
+
+TEST(Bridge, HandlerReplacementRacesDeliveriesSafely) {
+  auto bridge = LumetraRPCBridge::create();
+  executeAndWait(*bridge, R"({"method":"registerConversionListener"})");
+  auto received = std::make_shared<Received>();
+  std::atomic<bool> stop{false};
+  std::thread churn([&] {
+    while (!stop) {
+      bridge->setEventHandler([received](std::string text) { received->add(std::move(text)); });
+      bridge->removeEventHandler();
+    }
+  });
+  for (int i = 0; i < 200; ++i) bridge->rpcClient()->handler()->onConversionDataFail(SDKError{"LM", i, "x"});
+  testing::pumpFor(std::chrono::milliseconds(100));
+  stop = true;
+  churn.join();
+  EXPECT_LE(received->size(), 200u);
+}
+
+}  // namespace
+}  // namespace lumetra_rpc
