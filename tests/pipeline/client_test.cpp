@@ -64,13 +64,17 @@ TEST_F(ClientFixture, ParamsAbsentNullOrEmptyBehaveAlikeAndExtraMembersAreIgnore
 }
 
 TEST_F(ClientFixture, AResultThatCannotBeWrittenBecomes500KeepingTheId) {
-  sdk->script("start", {.dictionary = AnyKeyMap{{AnyCodable("widget"), AnyCodable(OpaqueValue{"LMWidget", nullptr})}}});
+  testing::ScriptedAnswer answer;
+  answer.dictionary = AnyKeyMap{{AnyCodable("widget"), AnyCodable(OpaqueValue{"LMWidget", nullptr})}};
+  sdk->script("start", answer);
   EXPECT_EQ(run(R"({"id":"s","method":"start"})"),
             R"({"error":{"code":500,"message":"Failed to encode response: Unsupported type: LMWidget"},"id":"s","result":null})");
 }
 
 TEST_F(ClientFixture, ASDKFailureIsAResultNotAnError) {
-  sdk->script("start", {.error = SDKError{"LM", 7, "boom"}});
+  testing::ScriptedAnswer answer;
+  answer.error = SDKError{"LM", 7, "boom"};
+  sdk->script("start", answer);
   EXPECT_EQ(run(R"({"id":1,"method":"start"})"),
             R"({"error":null,"id":1,"result":{"error":"boom","errorCode":7,"errorType":"sdk_error","message":"start completed with error","success":false}})");
 }
