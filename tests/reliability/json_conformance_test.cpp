@@ -1,0 +1,65 @@
+// Every file of a public JSON parser test suite, sent as one request text: exactly one
+// well-formed response each; texts that are not JSON are refused with 400 and a null id.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "lumetra_rpc/client.h"
+#include "support/fake_sdk.h"
+#include "support/pump.h"
+#include "wire/json_reader.h"
+
+namespace lumetra_rpc {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string readFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// The response's three members, or a description of what is wrong with it.
+std::string checkEnvelope(const std::string& response, const JSONObject*& members) {
+  static thread_local AnyCodable parsed;
+  auto value = readJSON(response);
+  if (!value) return "not JSON: " + value.error().description;
+  parsed = std::move(value).value();
+  members = parsed.getIf<JSONObject>();
+  if (!members || members->size() != 3 || !members->count("error") || !members->count("id") ||
+      !members->count("result"))
+    return "wrong members";
+  if (members->at("error").isNull() == members->at("result").isNull()) return "not exactly one of error and result";
+  return {};
+}
+
+TEST(JSONConformance, EveryCorpusFileGetsExactlyOneWellFormedAnswer) {
+  const fs::path corpus = fs::path(LMRPC_SHARED_DIR) / "jsontestsuite" / "test_parsing";
+  ASSERT_TRUE(fs::is_directory(corpus)) << corpus;
+  auto client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<testing::FakeSDK>());
+  std::size_t files = 0;
+  for (const auto& entry : fs::directory_iterator(corpus)) {
+    const auto name = entry.path().filename().string();
+    if (entry.path().extension() != ".json") continue;
+    ++files;
+    auto response = testing::execute(*client, readFile(entry.path()));
+    const JSONObject* members = nullptr;
+    auto problem = checkEnvelope(response, members);
+    ASSERT_EQ(problem, "") << name << ": " << response;
+    if (name.rfind("n_", 0) == 0) {
+      EXPECT_TRUE(members->at("id").isNull()) << name;
+      const auto* error = members->at("error").getIf<JSONObject>();
+      ASSERT_NE(error, nullptr) << name << ": " << response;
+      EXPECT_EQ(*error->at("code").getIf<std::int64_t>(), 400) << name << ": " << response;
+    }
+  }
+  EXPECT_GE(files, 300u);
+}
+
+}  // namespace
+}  // namespace lumetra_rpc
