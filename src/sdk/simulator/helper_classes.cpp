@@ -1,0 +1,142 @@
+#include "sdk/simulator/helper_classes.h"
+
+#include <cctype>
+
+#include "wire/json_writer.h"
+
+namespace lumetra_rpc::simulator {
+
+namespace {
+
+constexpr std::string_view kCrossPromotionHelper = "LumetraCrossPromotionHelper";
+constexpr std::string_view kShareInviteHelper = "LumetraShareInviteHelper";
+constexpr std::string_view kLinkGenerator = "LumetraLinkGenerator";
+
+std::string percentEncoded(std::string_view text) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string encoded;
+  for (unsigned char c : text) {
+    if (std::isalnum(c) || c == '-' || c == '.' || c == '_' || c == '~') {
+      encoded.push_back(static_cast<char>(c));
+    } else {
+      encoded += {'%', kDigits[c >> 4], kDigits[c & 0x0f]};
+    }
+  }
+  return encoded;
+}
+
+std::string queryValue(const AnyCodable& value) {
+  if (const auto* text = value.getIf<std::string>()) return *text;
+  auto written = writeJSON(value);
+  return written ? written.value() : std::string();
+}
+
+std::string storeClickURL(const std::string& appID, const std::optional<std::string>& campaign) {
+  std::string url = "https://app.lumetra.link/cross-promote/" + percentEncoded(appID);
+  if (campaign) url += "?campaign=" + percentEncoded(*campaign);
+  return url;
+}
+
+}  // namespace
+
+void LumetraCrossPromotionHelper::logCrossPromoteImpression(
+    const std::string& appID, const std::optional<std::string>& campaign,
+    const std::optional<AnyKeyMap>& parameters) {
+  LumetraLib::shared()->context().record("logCrossPromoteImpression:campaign:parameters:",
+                                         {appID, toJournal(campaign), toJournal(parameters)},
+                                         kCrossPromotionHelper);
+}
+
+void LumetraCrossPromotionHelper::logAndOpenStore(const std::string& appID,
+                                                  const std::optional<std::string>& campaign,
+                                                  const std::optional<AnyKeyMap>& parameters,
+                                                  OpenStoreBlock openStore) {
+  auto& context = LumetraLib::shared()->context();
+  context.record("logAndOpenStore:campaign:parameters:openStore:",
+                 {appID, toJournal(campaign), toJournal(parameters)}, kCrossPromotionHelper);
+  const auto& reply = context.config().openStore;
+  if (reply.kind != URLReply::Kind::url) return;
+  URLValue url{reply.url.value_or(storeClickURL(appID, campaign))};
+  context.answer(reply.timing, [openStore = std::move(openStore), url] {
+    openStore(OpaqueValue{"NSURLSession", nullptr}, url);
+  });
+}
+
+void SimLinkGenerator::set(std::string_view call, const std::string& name, const std::string& value) {
+  sdk_->context().record(call, {value}, kLinkGenerator);
+  query_.insert_or_assign(name, AnyCodable(value));
+}
+
+void SimLinkGenerator::setChannel(const std::string& v) { set("setChannel:", "channel", v); }
+void SimLinkGenerator::setCampaign(const std::string& v) { set("setCampaign:", "campaign", v); }
+void SimLinkGenerator::setReferrerName(const std::string& v) {
+  set("setReferrerName:", "referrer_name", v);
+}
+void SimLinkGenerator::setReferrerImageURL(const std::string& v) {
+  set("setReferrerImageURL:", "referrer_image_url", v);
+}
+void SimLinkGenerator::setReferrerCustomerId(const std::string& v) {
+  set("setReferrerCustomerId:", "referrer_customer_id", v);
+}
+void SimLinkGenerator::setDeeplinkPath(const std::string& v) { set("setDeeplinkPath:", "deeplink_path", v); }
+void SimLinkGenerator::setBaseDeeplink(const std::string& v) {
+  set("setBaseDeeplink:", "base_deeplink", v);
+}
+
+void SimLinkGenerator::setBrandDomain(const std::string& domain) {
+  sdk_->context().record("setBrandDomain:", {domain}, kLinkGenerator);
+  brandDomain_ = domain;
+}
+
+void SimLinkGenerator::addParameters(const JSONObject& parameters) {
+  sdk_->context().record("addParameters:", {toJournal(AnyCodable(parameters))}, kLinkGenerator);
+  for (const auto& [key, value] : parameters) query_.insert_or_assign(key, value);
+}
+
+std::string SimLinkGenerator::inviteURL() const {
+  std::string url = "https://" + brandDomain_ + "/invite";
+  char separator = '?';
+  for (const auto& [key, value] : query_) {
+    url += separator + percentEncoded(key) + "=" + percentEncoded(queryValue(value));
+    separator = '&';
+  }
+  return url;
+}
+
+void LumetraShareInviteHelper::generateInviteUrlWithLinkGenerator(GeneratorBlock generator,
+                                                                  InviteURLBlock completionHandler) {
+  auto sdk = LumetraLib::shared();
+  auto& context = sdk->context();
+  context.record("generateInviteUrlWithLinkGenerator:completionHandler:", {}, kShareInviteHelper);
+  auto given = std::make_shared<SimLinkGenerator>(sdk);
+  auto returned = std::dynamic_pointer_cast<SimLinkGenerator>(generator ? generator(given) : given);
+  const auto& reply = context.config().inviteUrl;
+  if (reply.kind == URLReply::Kind::never) return;
+  std::optional<URLValue> url;
+  if (reply.kind == URLReply::Kind::url) {
+    url = URLValue{reply.url.value_or((returned ? returned : given)->inviteURL())};
+  }
+  context.answer(reply.timing, [completionHandler = std::move(completionHandler), url] {
+    completionHandler(url);
+  });
+}
+
+void LumetraShareInviteHelper::logInvite(const std::optional<std::string>& channel,
+                                         const std::optional<AnyKeyMap>& parameters) {
+  LumetraLib::shared()->context().record("logInvite:parameters:",
+                                         {toJournal(channel), toJournal(parameters)},
+                                         kShareInviteHelper);
+}
+
+std::shared_ptr<const LMSDKPurchaseDetails> initPurchaseDetails(const std::string& productId,
+                                                                const std::string& transactionId,
+                                                                std::int64_t purchaseType) {
+  auto& context = LumetraLib::shared()->context();
+  context.record("initWithProductId:transactionId:purchaseType:",
+                 {productId, transactionId, purchaseType}, "LMSDKPurchaseDetails");
+  if (context.config().purchaseDetailsFail) return nullptr;
+  return std::make_shared<const LMSDKPurchaseDetails>(
+      LMSDKPurchaseDetails{productId, transactionId, purchaseType});
+}
+
+}  // namespace lumetra_rpc::simulator

@@ -1,0 +1,31 @@
+#pragma once
+// Setting up and winding down the simulated SDK as a whole. A host that stands in for an
+// application (the command-line host, tests) configures the simulator before the library
+// first touches the SDK, waits for it to go quiet, and shuts it down before exiting.
+// Without configuration the shared instance behaves as defaultSimulatorConfig() says and
+// keeps no journal.
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "sdk/simulator/simulator_config.h"
+#include "wire/expected.h"
+
+namespace lumetra_rpc::simulator {
+
+// Replaces the shared LumetraLib with one that follows `config`, applies the config's
+// platform facts, and journals every call to `journalPath` when one is given. Fails only
+// when the journal cannot be opened; nothing changes then.
+Expected<std::monostate, std::string> configureSimulator(
+    SimulatorConfig config, const std::optional<std::string>& journalPath = std::nullopt);
+
+// True when the shared instance has no answer or report still scheduled or running.
+bool simulatorIdle();
+bool waitForSimulatorIdle(std::chrono::milliseconds ceiling);
+
+// Stops the shared instance's thread; answers still scheduled are dropped. Calls made
+// afterwards are still journaled and answered at once, but never late.
+void shutdownSimulator();
+
+}  // namespace lumetra_rpc::simulator

@@ -1,0 +1,50 @@
+#pragma once
+// What the simulated SDK's classes share: the behaviour config, the call journal and the
+// thread that delivers late answers and delegate reports. One context belongs to one
+// shared LumetraLib instance; the helper classes reach it through that instance.
+//
+// Scheduled jobs never capture the context itself: a job must not be the last owner of
+// the thread it runs on.
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "sdk/simulator/call_journal.h"
+#include "sdk/simulator/scheduler.h"
+#include "sdk/simulator/simulator_config.h"
+
+namespace lumetra_rpc::simulator {
+
+// The SDK's block shape for answers of dictionary and error.
+using CompletionBlock = std::function<void(std::optional<AnyKeyMap>, std::optional<SDKError>)>;
+
+class SimulatorContext {
+ public:
+  SimulatorContext(SimulatorConfig config, std::unique_ptr<CallJournal> journal);
+
+  const SimulatorConfig& config() const noexcept { return config_; }
+  SimScheduler& scheduler() noexcept { return scheduler_; }
+
+  void record(std::string_view call, JSONArray args,
+              std::optional<std::string_view> className = std::nullopt);
+
+  // Runs `deliver` `timing.times` times: at once on this thread without a delay, else
+  // from the simulator's thread once the delay has passed.
+  void answer(const ReplyTiming& timing, std::function<void()> deliver);
+
+  // Answers `block` as `reply` says (data, error or never).
+  void answer(const CompletionReply& reply, CompletionBlock block);
+
+  // Delegate reports always come from the simulator's thread, as a real SDK's would.
+  void report(const ReplyTiming& timing, std::function<void()> deliver);
+
+ private:
+  SimulatorConfig config_;
+  std::unique_ptr<CallJournal> journal_;
+  SimScheduler scheduler_;
+};
+
+}  // namespace lumetra_rpc::simulator

@@ -1,0 +1,59 @@
+// lumetra-rpc: drives the library the way a plugin host does, with the simulated SDK
+// behind it. Requests come in on stdin, one per line; responses and events go out on
+// stdout, one per line; diagnostics go to stderr only.
+
+#include <cstdio>
+#include <iostream>
+#include <string_view>
+#include <vector>
+
+#include "cli_options.h"
+#include "cli_session.h"
+#include "lumetra_rpc/bridge.h"
+#include "lumetra_rpc/runtime.h"
+#include "sdk/default_sdk.h"
+#include "sdk/simulator/simulator.h"
+
+namespace {
+
+using namespace lumetra_rpc;
+
+constexpr int kUsageError = 2;
+
+int refuse(const std::string& message) {
+  std::cerr << "lumetra-rpc: " << message << "\n";
+  return kUsageError;
+}
+
+// Sets up the simulated SDK and the shared facade's client; an empty text on success.
+std::string prepare(const cli::CliOptions& options) {
+  auto config = options.sdkConfigPath ? simulator::loadSimulatorConfig(*options.sdkConfigPath)
+                                      : simulator::defaultSimulatorConfig();
+  if (!config) return config.error();
+  auto configured = simulator::configureSimulator(std::move(config.value()), options.journalPath);
+  if (!configured) return configured.error();
+  if (!LumetraRPCBridge::configureShared(options.timeouts, makeDefaultSDK())) {
+    return "the shared facade was created before it could be configured";
+  }
+  return {};
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // The library must see host-driven mode before anything creates its runtime.
+  if (!Runtime::useHostDrivenMain()) return refuse("the runtime was started too early");
+  std::vector<std::string_view> arguments(argv + 1, argv + argc);
+  auto options = cli::parseCliOptions(arguments);
+  if (!options) return refuse(options.error() + "\n" + cli::kUsage);
+  if (options->help) {
+    std::fputs(cli::kUsage, stdout);
+    return 0;
+  }
+  if (auto problem = prepare(*options); !problem.empty()) return refuse(problem);
+  std::ios::sync_with_stdio(false);
+  cli::CliSession session(LumetraRPCBridge::shared(), options->concurrent);
+  session.run(std::cin);
+  simulator::shutdownSimulator();
+  return 0;
+}
