@@ -1,0 +1,56 @@
+#include "parsing/lookup_tables.h"
+
+namespace lumetra_rpc {
+
+// Function-local statics: built once on first use, safely under concurrent first use,
+// and never changed afterwards.
+
+const NameTable& pluginTypes() {
+  static const NameTable table{
+      {"ios_native", 0}, {"unity", 1},         {"flutter", 2},  {"react_native", 3},
+      {"adobe_air", 4},  {"adobe_mobile", 5},  {"cocos2dx", 6}, {"cordova", 7},
+      {"mparticle", 8},  {"native_script", 9}, {"expo", 10},    {"unreal", 11},
+      {"xamarin", 12},   {"capacitor", 13},    {"segment", 14}, {"adobe_swift_aep", 15},
+  };
+  return table;
+}
+
+const NameTable& purchaseTypes() {
+  static const NameTable table{{"subscription", 0}, {"oneTimePurchase", 1}};
+  return table;
+}
+
+const NameTable& mediationNetworks() {
+  static const NameTable table{
+      {"googleadmob", 1}, {"ironsource", 2},
+      {"applovinmax", 3}, {"fyber", 4},
+      {"appodeal", 5},    {"admost", 6},
+      {"topon", 7},       {"tradplus", 8},
+      {"yandex", 9},      {"chartboost", 10},
+      {"unity", 11},      {"toponpte", 12},
+      {"custom", 13},     {"directmonetization", 14},
+  };
+  return table;
+}
+
+const NameTable& emailCryptTypes() {
+  static const NameTable table{{"none", 0}, {"sha256", 3}};
+  return table;
+}
+
+const std::set<std::string, std::less<>>& blockedURLSchemes() {
+  static const std::set<std::string, std::less<>> schemes{"javascript", "data", "vbscript", "blob"};
+  return schemes;
+}
+
+std::string validOptions(const NameTable& table) {
+  // The map is ordered by plain string comparison already.
+  std::string joined;
+  for (const auto& [name, value] : table) {
+    if (!joined.empty()) joined += ", ";
+    joined += name;
+  }
+  return joined;
+}
+
+}  // namespace lumetra_rpc
