@@ -1,0 +1,98 @@
+#include "handlers/deep_link_handler.h"
+
+#include "handlers/handler_support.h"
+#include "parsing/url_check.h"
+#include "sdk/platform.h"
+
+namespace lumetra_rpc {
+
+namespace {
+
+using boost::asio::awaitable;
+using SDKPtr = std::shared_ptr<LMRPCDeepLinkSDK>;
+
+// Looked up by name: the host application may link the Facebook SDK; this library never does.
+constexpr std::string_view kFacebookAppLinkClass = "FBSDKAppLinkUtility";
+
+SDKOutcome success(std::string message) { return SDKSuccess{std::move(message), std::nullopt}; }
+
+SDKOutcome apply(const SDKPtr& sdk, LMRPCAppendParametersToDeeplinkURLRequest r) {
+  sdk->appendParametersToDeepLinkingURL(r.containsString, r.parameters);
+  return success("Parameters appended to deeplink URL");
+}
+
+SDKOutcome apply(const SDKPtr& sdk, LMRPCAddPushNotificationDeepLinkPathRequest r) {
+  sdk->addPushNotificationDeepLinkPath(r.path);
+  return success("Push notification deep link path added");
+}
+
+// The answer follows the requested flag: enabling without the Facebook SDK present still
+// succeeds, and the SDK simply gets no class.
+SDKOutcome apply(const SDKPtr& sdk, LMRPCEnableFacebookDeferredApplinksRequest r) {
+  std::optional<ClassHandle> appLinkUtility;
+  if (r.enable) appLinkUtility = platform::lookupClass(kFacebookAppLinkClass);
+  sdk->enableFacebookDeferredApplinks(appLinkUtility);
+  return success(r.enable ? "Facebook deferred applinks enabled (FBSDKAppLinkUtility)"
+                          : "Facebook deferred applinks disabled");
+}
+
+// This link arrives as plain text, so the scheme check that URL parameters get while
+// parsing happens here. The failure does not echo the rejected text.
+SDKOutcome apply(const SDKPtr& sdk, LMRPCSetFacebookDeferredAppLinkRequest r) {
+  if (!r.url) {
+    sdk->setFacebookDeferredAppLink(std::nullopt);
+    return success("Facebook deferred app link cleared");
+  }
+  auto parsed = parseSchemedURL(*r.url);
+  if (!parsed || isBlockedScheme(parsed->scheme)) {
+    return SDKFailure::ofType("Invalid or unsafe URL for Facebook deferred app link",
+                              error_type::kValidation);
+  }
+  sdk->setFacebookDeferredAppLink(parsed->url);
+  return success("Facebook deferred app link set");
+}
+
+// The URL-opening calls belong on the main executor; the answer is built back on the
+// calling coroutine's executor.
+awaitable<SDKOutcome> openURL(SDKPtr sdk, URLValue url, std::optional<JSONObject> options) {
+  co_await handlers::callOnMain([&] { sdk->handleOpenUrl(url, options); });
+  co_return success("handleOpen called");
+}
+
+awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCHandleOpenURLRequest r) {
+  return openURL(sdk, std::move(r.url), std::move(r.options));
+}
+
+awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCHandleOpenUrlRequest r) {
+  return openURL(sdk, std::move(r.url), std::move(r.options));
+}
+
+awaitable<SDKOutcome> continueActivity(SDKPtr sdk, LMRPCContinueUserActivityRequest r) {
+  LMUserActivity activity{std::move(r.activityType), std::move(r.url)};
+  co_await handlers::callOnMain([&] { sdk->continueUserActivity(activity, nullptr); });
+  co_return success("continueUserActivity called");
+}
+
+awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCContinueUserActivityRequest r) {
+  return continueActivity(sdk, std::move(r));
+}
+
+awaitable<SDKOutcome> attribute(SDKPtr sdk, URLValue url) {
+  co_await handlers::callOnMain([&] { sdk->performOnAppAttribution(url); });
+  co_return success("performOnAppAttribution called");
+}
+
+awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCPerformOnAppAttributionRequest r) {
+  return attribute(sdk, std::move(r.url));
+}
+
+}  // namespace
+
+awaitable<SDKOutcome> LMRPCDeepLinkHandler::handle(LMRPCDeepLinkRequest request) const {
+  // Named first: GCC 12 destroys a capturing closure created inside a co_await
+  // expression twice.
+  auto visitCase = [sdk = sdk_](auto&& record) { return apply(sdk, std::move(record)); };
+  co_return co_await handlers::dispatchCase(std::move(request), std::move(visitCase));
+}
+
+}  // namespace lumetra_rpc

@@ -1,0 +1,42 @@
+#pragma once
+// The dispatch shared by the eight handlers: visit the category variant with an overload
+// set that has one function per case, some answering at once and some asynchronously,
+// and make sure that no exception from an SDK implementation leaves the handler.
+
+#include <exception>
+#include <functional>
+#include <utility>
+#include <variant>
+
+#include <boost/asio/awaitable.hpp>
+
+#include "supervision/outcome.h"
+
+namespace lumetra_rpc::handlers {
+
+// The outcome for a case that threw instead of answering; the host still gets a result.
+SDKFailure unexpectedHandlerFailure();
+
+inline boost::asio::awaitable<SDKOutcome> asAwaitable(SDKOutcome outcome) { co_return outcome; }
+inline boost::asio::awaitable<SDKOutcome> asAwaitable(boost::asio::awaitable<SDKOutcome> outcome) {
+  return outcome;
+}
+
+// Visits `request` with `apply`, which takes the case's record by rvalue and returns an
+// SDKOutcome or an awaitable of one. The case runs inside the catch-all, also the part
+// of it that executes before its first suspension.
+template <typename Variant, typename Apply>
+boost::asio::awaitable<SDKOutcome> dispatchCase(Variant request, Apply apply) {
+  try {
+    co_return co_await std::visit(
+        [&](auto& record) { return asAwaitable(apply(std::move(record))); }, request);
+  } catch (...) {
+    co_return unexpectedHandlerFailure();
+  }
+}
+
+// Runs `call` on the main executor and resumes the calling coroutine on its own executor.
+// An exception thrown by `call` is carried back and rethrown here, not on the main loop.
+boost::asio::awaitable<void> callOnMain(std::function<void()> call);
+
+}  // namespace lumetra_rpc::handlers
