@@ -1,0 +1,60 @@
+#include "runtime/main_hop.h"
+
+#include <mutex>
+#include <stdexcept>
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/strand.hpp>
+#include <gtest/gtest.h>
+
+#include "lumetra_rpc/runtime.h"
+#include "support/pump.h"
+
+namespace lumetra_rpc {
+namespace {
+
+namespace asio = boost::asio;
+
+struct HopReport {
+  std::mutex mutex;
+  bool done = false;
+  bool jobOnMain = false;
+  bool resumedOnMain = true;
+  bool resumedOnCallerStrand = false;
+  bool threw = true;
+};
+
+// A throwing job must neither escape to the caller nor stop the main executor, and the
+// caller must come back to its own strand afterwards.
+TEST(RunOnMain, RunsOnMainAndResumesOnTheCallersExecutor) {
+  auto report = std::make_shared<HopReport>();
+  auto strand = asio::make_strand(Runtime::shared().pool());
+  auto hop = [report, strand]() -> asio::awaitable<void> {
+    auto job = [report] {
+      std::lock_guard guard(report->mutex);
+      report->jobOnMain = Runtime::shared().isOnMain();
+      throw std::runtime_error("job failed");
+    };
+    co_await runOnMain(std::move(job));
+    std::lock_guard guard(report->mutex);
+    report->resumedOnMain = Runtime::shared().isOnMain();
+    report->resumedOnCallerStrand = strand.running_in_this_thread();
+  };
+  asio::co_spawn(strand, hop(), [report](std::exception_ptr error) {
+    std::lock_guard guard(report->mutex);
+    report->threw = error != nullptr;
+    report->done = true;
+  });
+  ASSERT_TRUE(testing::pumpUntil([&] {
+    std::lock_guard guard(report->mutex);
+    return report->done;
+  }));
+  std::lock_guard guard(report->mutex);
+  EXPECT_TRUE(report->jobOnMain);
+  EXPECT_FALSE(report->resumedOnMain);
+  EXPECT_TRUE(report->resumedOnCallerStrand);
+  EXPECT_FALSE(report->threw);
+}
+
+}  // namespace
+}  // namespace lumetra_rpc
