@@ -57,7 +57,7 @@ TEST_F(EventsFixture, EventsFlowOnlyAfterTheirListenerIsRegistered) {
   EXPECT_EQ(log->texts[0], R"({"data":{"code":42,"error":"no data"},"event":"onConversionDataFail","origin":"ios"})");
 
   registerListener("registerDeeplinkListener");
-  delegate().didResolveDeepLink({.status = 2});
+  delegate().didResolveDeepLink({.status = 2, .deepLink = std::nullopt, .error = std::nullopt});
   ASSERT_TRUE(testing::pumpUntil([&] { return log->size() == 2; }));
   EXPECT_EQ(log->texts[1], R"({"data":{"status":2},"event":"onDeepLinkReceived","origin":"ios"})");
 }
@@ -76,9 +76,9 @@ TEST_F(EventsFixture, NonStringKeysAreRemovedAtEveryDepth) {
 
 TEST_F(EventsFixture, DeepLinkDataShapes) {
   registerListener("registerDeeplinkListener");
-  LumetraDeepLinkResult withoutValue{.status = 0, .deepLink = LumetraDeepLink{std::nullopt, {{AnyCodable("c"), AnyCodable(1)}}, true}};
-  LumetraDeepLinkResult withError{.status = 1, .error = SDKError{"LM", 3, "not found"}};
-  LumetraDeepLinkResult full{.status = 0, .deepLink = LumetraDeepLink{"promo", {}, false}};
+  LumetraDeepLinkResult withoutValue{0, LumetraDeepLink{std::nullopt, {{AnyCodable("c"), AnyCodable(1)}}, true}, std::nullopt};
+  LumetraDeepLinkResult withError{1, std::nullopt, SDKError{"LM", 3, "not found"}};
+  LumetraDeepLinkResult full{0, LumetraDeepLink{"promo", {}, false}, std::nullopt};
   for (const auto& result : {withoutValue, withError, full}) delegate().didResolveDeepLink(result);
   ASSERT_TRUE(testing::pumpUntil([&] { return log->size() == 3; }));
   std::sort(log->texts.begin(), log->texts.end());
