@@ -3,27 +3,39 @@
 #include "pipeline/request_handler.h"
 
 namespace lumetra_rpc {
+namespace {
+
+
+// The flag first, then the delegate: a callback the SDK fires as soon as it has its
+// delegate must already find the listener registered.
+template <typename SetDelegate>
+SDKOutcome registerListener(const std::weak_ptr<LMRPCRequestHandler>& handlerInstance,
+                            LMRPCHandlerStateActor& stateActor, ListenerGate gate,
+                            SetDelegate setDelegate, const char* kind, const char* registered) {
+  auto handler = handlerInstance.lock();
+  if (!handler) {
+    return SDKFailure::ofType(std::string("Handler instance deallocated, cannot register ") + kind + " listener",
+                              error_type::kInternal);
+  }
+  stateActor.registerListener(gate);
+  setDelegate(handler);
+  return SDKSuccess{registered, std::nullopt};
+}
+
+}  // namespace
 
 boost::asio::awaitable<SDKOutcome> LMRPCListenerHandler::registerConversionListener() const {
-  auto handler = handlerInstance_.lock();
-  if (!handler) {
-    co_return SDKFailure::ofType("Handler instance deallocated, cannot register conversion listener",
-                                 error_type::kInternal);
-  }
-  stateActor_->registerListener(ListenerGate::conversion);
-  sdk_->setDelegate(std::weak_ptr<LumetraLibDelegate>(handler));
-  co_return SDKSuccess{"Conversion listener registered", std::nullopt};
+  co_return registerListener(
+      handlerInstance_, *stateActor_, ListenerGate::conversion,
+      [this](const auto& handler) { sdk_->setDelegate(std::weak_ptr<LumetraLibDelegate>(handler)); },
+      "conversion", "Conversion listener registered");
 }
 
 boost::asio::awaitable<SDKOutcome> LMRPCListenerHandler::registerDeeplinkListener() const {
-  auto handler = handlerInstance_.lock();
-  if (!handler) {
-    co_return SDKFailure::ofType("Handler instance deallocated, cannot register deeplink listener",
-                                 error_type::kInternal);
-  }
-  stateActor_->registerListener(ListenerGate::deepLink);
-  sdk_->setDeepLinkDelegate(std::weak_ptr<LumetraDeepLinkDelegate>(handler));
-  co_return SDKSuccess{"Deeplink listener registered", std::nullopt};
+  co_return registerListener(
+      handlerInstance_, *stateActor_, ListenerGate::deepLink,
+      [this](const auto& handler) { sdk_->setDeepLinkDelegate(std::weak_ptr<LumetraDeepLinkDelegate>(handler)); },
+      "deeplink", "Deeplink listener registered");
 }
 
 boost::asio::awaitable<SDKOutcome> LMRPCListenerHandler::handle(LMRPCListenerRequest request) const {

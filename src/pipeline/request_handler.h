@@ -48,7 +48,16 @@ class LMRPCRequestHandler : public LumetraLibDelegate,
   explicit LMRPCRequestHandler(std::shared_ptr<LMRPCHandlerStateActor> stateActor);
 
  private:
-  void emit(ListenerGate gate, const char* eventName, JSONObject data) const noexcept;
+  // Builds the event data on the SDK's thread and hands emission to a task of its own; the
+  // SDK never waits for the host and never sees a failure.
+  template <typename BuildData>
+  void emit(ListenerGate gate, const char* eventName, BuildData buildData) const noexcept {
+    try {
+      post(gate, eventName, buildData());
+    } catch (...) {
+    }
+  }
+  void post(ListenerGate gate, const char* eventName, JSONObject data) const;
 
   std::shared_ptr<const LMRPCHandlerRouter> router_;
   std::shared_ptr<LMRPCHandlerStateActor> stateActor_;
