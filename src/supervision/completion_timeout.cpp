@@ -2,15 +2,12 @@
 
 #include <chrono>
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <variant>
 
 #include <boost/asio/associated_cancellation_slot.hpp>
 #include <boost/asio/async_result.hpp>
-#include <boost/asio/experimental/awaitable_operators.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/redirect_error.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
@@ -24,28 +21,24 @@ namespace {
 
 namespace asio = boost::asio;
 using asio::awaitable;
-using asio::use_awaitable;
 
-struct TimedOut {};
-// What the race yields first: the SDK's answer or the timer.
-using SDKRaceResult = std::variant<SDKAnswer, TimedOut>;
-
-// Arms the box before the operation is queued, so that any answer, however early, finds
-// the waiter. The operation always starts on the main executor, never on this thread.
+// Starts both racers; whichever resumes the box first decides the race. The box is armed
+// before anything starts, so that even an immediate answer finds the waiter.
 template <typename Handler>
-void armAndStart(Handler handler, SDKOperation operation) {
+void startRace(Handler handler, asio::steady_timer& timer, SDKOperation operation) {
   auto box = std::make_shared<SDKContinuationBox<Handler>>();
   auto slot = asio::get_associated_cancellation_slot(handler);
   box->setContinuation(std::move(handler));
-  // `a || b` finishes only once the loser has finished too: without this, a race lost to
-  // the timer would still wait for the SDK. The slot is never cleared: a late emit only
-  // finds a fired box, which is harmless from any thread.
+  // A cancelled caller gets the SDK racer's "no answer" at once instead of waiting.
   if (slot.is_connected())
     slot.assign([box](asio::cancellation_type) { box->resume(SDKAnswer{}); });
+  // Expiry and cancellation end the timer alike; after a lost race the box ignores it.
+  timer.async_wait([box](boost::system::error_code) { box->resume(TimedOut{}); });
   SDKCompletion completion = [box](std::optional<AnyKeyMap> dictionary,
                                    std::optional<SDKError> error) {
     box->resume(SDKAnswer{std::move(dictionary), std::move(error)});
   };
+  // Always on the main executor and asynchronously, never on the caller's thread.
   asio::post(Runtime::shared().main(),
              [operation = std::move(operation), completion = std::move(completion)] {
                // An SDK operation that throws has not answered and may never answer; it
@@ -56,27 +49,6 @@ void armAndStart(Handler handler, SDKOperation operation) {
                } catch (...) {
                }
              });
-}
-
-awaitable<SDKAnswer> waitForSDK(SDKOperation operation) {
-  // This racer runs on its own coroutine thread: cancellation is answered with a value.
-  co_await asio::this_coro::throw_if_cancelled(false);
-  auto state = co_await asio::this_coro::cancellation_state;
-  if (state.cancelled() != asio::cancellation_type::none) co_return SDKAnswer{};
-  co_return co_await asio::async_initiate<const asio::use_awaitable_t<>, void(SDKAnswer)>(
-      [](auto handler, SDKOperation op) { armAndStart(std::move(handler), std::move(op)); },
-      use_awaitable, std::move(operation));
-}
-
-awaitable<TimedOut> waitForTimer(std::chrono::nanoseconds delay) {
-  co_await asio::this_coro::throw_if_cancelled(false);
-  auto state = co_await asio::this_coro::cancellation_state;
-  if (state.cancelled() != asio::cancellation_type::none) co_return TimedOut{};
-  asio::steady_timer timer(co_await asio::this_coro::executor, delay);
-  // Expiry and cancellation end the same way: the timer's part of the race is over.
-  boost::system::error_code ignored;
-  co_await timer.async_wait(asio::redirect_error(use_awaitable, ignored));
-  co_return TimedOut{};
 }
 
 std::chrono::nanoseconds timerDelay(double timeoutSeconds) {
@@ -116,14 +88,18 @@ SDKOutcome unexpectedOutcome(const std::string& operationName) {
 
 awaitable<SDKOutcome> race(double timeoutSeconds, const std::string& operationName,
                            SDKOperation operation) {
-  using namespace asio::experimental::awaitable_operators;
   // A caller cancelled before the race starts: the SDK racer would resolve at once with
   // nothing, without starting the operation, so that answer is taken directly.
   auto state = co_await asio::this_coro::cancellation_state;
   if (state.cancelled() != asio::cancellation_type::none)
     co_return outcomeOfAnswer(operationName, SDKAnswer{});
-  SDKRaceResult first = co_await (waitForSDK(std::move(operation)) ||
-                                  waitForTimer(timerDelay(timeoutSeconds)));
+  asio::steady_timer timer(co_await asio::this_coro::executor, timerDelay(timeoutSeconds));
+  SDKRaceResult first = co_await asio::async_initiate<const asio::use_awaitable_t<>,
+                                                      void(SDKRaceResult)>(
+      [&timer](auto handler, SDKOperation op) { startRace(std::move(handler), timer, std::move(op)); },
+      asio::use_awaitable, std::move(operation));
+  // The losing timer ends now rather than at its expiry; a losing SDK is simply ignored.
+  timer.cancel();
   co_return outcomeOf(operationName, timeoutSeconds, std::move(first));
 }
 

@@ -1,13 +1,14 @@
 #pragma once
-// The one-shot hand-off between an SDK completion and the coroutine waiting for it.
-// Created once per race and shared by everyone who may resume the waiter: the SDK's
-// completion (any thread, possibly twice, possibly after the race is over), the
-// cancellation handler (whichever thread cancels) and the waiter's own early check. The
-// first resume wins; every later one is dropped and reports false.
+// The one-shot hand-off that ends a timeout race. Created once per race and shared by
+// everyone who may resume the waiting coroutine: the SDK's completion (any thread,
+// possibly twice, possibly after the race is over), the timer, and the cancellation
+// handler (whichever thread cancels). The first resume wins; every later one is dropped
+// and reports false.
 
 #include <mutex>
 #include <optional>
 #include <utility>
+#include <variant>
 
 #include <boost/asio/associated_executor.hpp>
 #include <boost/asio/executor_work_guard.hpp>
@@ -23,6 +24,11 @@ struct SDKAnswer {
   std::optional<SDKError> error;
 };
 
+struct TimedOut {};
+
+// What ends a race first: the SDK's answer or the timer.
+using SDKRaceResult = std::variant<SDKAnswer, TimedOut>;
+
 template <typename Handler>
 class SDKContinuationBox {
  public:
@@ -37,7 +43,7 @@ class SDKContinuationBox {
   }
 
   // Returns whether this call resumed the waiter. Safe from any thread, at any time.
-  bool resume(SDKAnswer answer) noexcept {
+  bool resume(SDKRaceResult result) noexcept {
     std::optional<Handler> handler;
     std::optional<Work> work;
     {
@@ -49,7 +55,7 @@ class SDKContinuationBox {
       _continuation.reset();
       work_.reset();
     }
-    deliver(std::move(*handler), std::move(*work), std::move(answer));
+    deliver(std::move(*handler), std::move(*work), std::move(result));
     return true;
   }
 
@@ -58,11 +64,11 @@ class SDKContinuationBox {
 
   // The caller may be an SDK thread or the code that is cancelling the race: the waiter
   // resumes on its own executor, never inline here, and never under the lock.
-  static void deliver(Handler handler, Work work, SDKAnswer answer) noexcept {
+  static void deliver(Handler handler, Work work, SDKRaceResult result) noexcept {
     try {
       boost::asio::post(work.get_executor(),
-                        [handler = std::move(handler), answer = std::move(answer)]() mutable {
-                          std::move(handler)(std::move(answer));
+                        [handler = std::move(handler), result = std::move(result)]() mutable {
+                          std::move(handler)(std::move(result));
                         });
     } catch (...) {
       // Only allocation can fail here. The waiter then never resumes; nothing better can

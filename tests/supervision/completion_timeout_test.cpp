@@ -48,16 +48,21 @@ struct Race {
   }
 };
 
-std::shared_ptr<Race> spawnRace(double seconds, std::string name, SDKOperation operation) {
+// `onStrand` false runs the race on the plain, multi-threaded pool instead.
+std::shared_ptr<Race> spawnRace(double seconds, std::string name, SDKOperation operation,
+                                bool onStrand = true) {
   auto race = std::make_shared<Race>();
-  asio::co_spawn(race->strand, withSDKCompletionTimeout(seconds, std::move(name), std::move(operation)),
-                 asio::bind_cancellation_slot(race->cancel.slot(),
-                                              [race](std::exception_ptr error, SDKOutcome outcome) {
-                                                std::lock_guard guard(race->mutex);
-                                                race->threw = race->threw || error != nullptr;
-                                                race->outcome = std::move(outcome);
-                                                ++race->completions;
-                                              }));
+  auto report = [race](std::exception_ptr error, SDKOutcome outcome) {
+    std::lock_guard guard(race->mutex);
+    race->threw = race->threw || error != nullptr;
+    race->outcome = std::move(outcome);
+    ++race->completions;
+  };
+  auto awaitable = withSDKCompletionTimeout(seconds, std::move(name), std::move(operation));
+  if (onStrand)
+    asio::co_spawn(race->strand, std::move(awaitable), asio::bind_cancellation_slot(race->cancel.slot(), report));
+  else
+    asio::co_spawn(Runtime::shared().pool(), std::move(awaitable), report);
   return race;
 }
 
@@ -65,8 +70,8 @@ SDKOperation startOn(std::shared_ptr<FakeSDK> sdk) {
   return [sdk](SDKCompletion completion) { sdk->start(std::move(completion)); };
 }
 
-JSONObject runStart(std::shared_ptr<FakeSDK> sdk, double seconds) {
-  auto race = spawnRace(seconds, "start", startOn(sdk));
+JSONObject runStart(std::shared_ptr<FakeSDK> sdk, double seconds, bool onStrand = true) {
+  auto race = spawnRace(seconds, "start", startOn(sdk), onStrand);
   EXPECT_TRUE(testing::pumpUntil([&] { return race->done(); }));
   EXPECT_FALSE(race->threw);
   return race->shaped();
@@ -108,9 +113,11 @@ TEST(CompletionTimeout, ShapesEachKindOfAnswer) {
        {{"success", true}, {"message", "start completed with data"}, {"data", JSONObject{{"n", 1}}}}},
   };
   for (auto& c : cases) {
-    auto sdk = std::make_shared<FakeSDK>();
-    sdk->script("start", c.answer);
-    EXPECT_EQ(runStart(sdk, kAnswerWins), c.expected) << c.name;
+    for (bool onStrand : {true, false}) {
+      auto sdk = std::make_shared<FakeSDK>();
+      sdk->script("start", c.answer);
+      EXPECT_EQ(runStart(sdk, kAnswerWins, onStrand), c.expected) << c.name << (onStrand ? "" : " on the pool");
+    }
   }
 }
 
@@ -170,11 +177,12 @@ TEST(CompletionTimeout, CancellingTheCallerEndsTheRaceAtOnce) {
 }
 
 TEST(CompletionTimeout, ManyWaitingRacesAllTimeOut) {
+  // Half of them on strands, as the pipeline runs requests, half on the bare pool.
   constexpr int kRaces = 2000;
   auto sdk = std::make_shared<FakeSDK>();
   sdk->script("start", Reply::kNever);
   std::vector<std::shared_ptr<Race>> races;
-  for (int i = 0; i < kRaces; ++i) races.push_back(spawnRace(kShort, "start", startOn(sdk)));
+  for (int i = 0; i < kRaces; ++i) races.push_back(spawnRace(kShort, "start", startOn(sdk), i % 2 == 0));
   auto allDone = [&] {
     return std::all_of(races.begin(), races.end(), [](auto& race) { return race->done(); });
   };
