@@ -65,6 +65,23 @@ TEST(ParsingCases, ValidRequestsParse) {
   }
 }
 
+// Every method, end to end: a valid request comes back with a result from its handler,
+// never an error object and never the answer of an unwired route.
+TEST(ParsingCases, ValidRequestsReachTheirHandlerThroughTheClient) {
+  auto client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<testing::FakeSDK>());
+  for (const Case& c : loadCases()) {
+    if (c.error) continue;
+    auto response = readJSON(testing::execute(*client, c.requestText));
+    ASSERT_TRUE(response) << c.name;
+    const auto& members = *response->getIf<JSONObject>();
+    EXPECT_TRUE(members.at("error").isNull()) << c.name;
+    const auto* result = members.at("result").getIf<JSONObject>();
+    ASSERT_NE(result, nullptr) << c.name;
+    ASSERT_TRUE(result->contains("success") && result->contains("message")) << c.name;
+    EXPECT_NE(*result->at("message").getIf<std::string>(), "Not ready") << c.name;
+  }
+}
+
 TEST(ParsingCases, InvalidRequestsGetTheirExactErrorAndNeverReachTheSDK) {
   auto sdk = std::make_shared<testing::FakeSDK>();
   auto client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, sdk);
