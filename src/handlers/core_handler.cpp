@@ -75,10 +75,8 @@ SDKOutcome apply(const CoreContext& ctx, LMRPCSetPluginInfoRequest request) {
 
 awaitable<SDKOutcome> LMRPCCoreHandler::handle(LMRPCCoreRequest request) const {
   CoreContext ctx{sdk_, timeoutConfig_};
-  // Named first: GCC 12 destroys a capturing closure created inside a co_await
-  // expression twice.
   auto visitCase = [ctx](auto&& record) { return apply(ctx, std::move(record)); };
-  co_return co_await handlers::dispatchCase(std::move(request), std::move(visitCase));
+  return handlers::dispatchCase(std::move(request), std::move(visitCase));
 }
 
 }  // namespace lumetra_rpc

@@ -89,10 +89,8 @@ awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCPerformOnAppAttributionReque
 }  // namespace
 
 awaitable<SDKOutcome> LMRPCDeepLinkHandler::handle(LMRPCDeepLinkRequest request) const {
-  // Named first: GCC 12 destroys a capturing closure created inside a co_await
-  // expression twice.
   auto visitCase = [sdk = sdk_](auto&& record) { return apply(sdk, std::move(record)); };
-  co_return co_await handlers::dispatchCase(std::move(request), std::move(visitCase));
+  return handlers::dispatchCase(std::move(request), std::move(visitCase));
 }
 
 }  // namespace lumetra_rpc

@@ -23,15 +23,17 @@ inline boost::asio::awaitable<SDKOutcome> asAwaitable(boost::asio::awaitable<SDK
 }
 
 // Visits `request` with `apply`, which takes the case's record by rvalue and returns an
-// SDKOutcome or an awaitable of one. The case runs inside the catch-all, also the part
-// of it that executes before its first suspension.
+// SDKOutcome or an awaitable of one. Not a coroutine: an asynchronous case is handed back
+// as it is, so a waiting request carries no frame of this layer. Whatever a case throws
+// while answering at once is caught here; an asynchronous case takes everything it needs
+// by value, and what it throws later reaches the request handler, which answers with
+// the same failure.
 template <typename Variant, typename Apply>
 boost::asio::awaitable<SDKOutcome> dispatchCase(Variant request, Apply apply) {
   try {
-    co_return co_await std::visit(
-        [&](auto& record) { return asAwaitable(apply(std::move(record))); }, request);
+    return std::visit([&](auto& record) { return asAwaitable(apply(std::move(record))); }, request);
   } catch (...) {
-    co_return unexpectedHandlerFailure();
+    return asAwaitable(unexpectedHandlerFailure());
   }
 }
 

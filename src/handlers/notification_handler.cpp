@@ -23,10 +23,8 @@ SDKOutcome apply(SDK& sdk, const LMRPCRegisterUninstallRequest& r) {
 
 boost::asio::awaitable<SDKOutcome> LMRPCNotificationHandler::handle(
     LMRPCNotificationRequest request) const {
-  // Named first: GCC 12 destroys a capturing closure created inside a co_await
-  // expression twice.
   auto visitCase = [sdk = sdk_](auto&& record) { return apply(*sdk, record); };
-  co_return co_await handlers::dispatchCase(std::move(request), std::move(visitCase));
+  return handlers::dispatchCase(std::move(request), std::move(visitCase));
 }
 
 }  // namespace lumetra_rpc

@@ -28,6 +28,11 @@ class AsyncLatch {
     for (auto& waiter : waiters) resume(std::move(waiter));
   }
 
+  bool isOpen() {
+    std::lock_guard lock(mutex_);
+    return open_;
+  }
+
   boost::asio::awaitable<void> wait() {
     return boost::asio::async_initiate<const boost::asio::use_awaitable_t<>, void()>(
         [this](auto handler) {

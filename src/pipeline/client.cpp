@@ -29,6 +29,24 @@ ClientResult<LMRPCRequest> decodeRequest(std::string_view text) {
 
 LMRPCError unexpectedFailure() { return LMRPCError{500, "An unexpected internal error occurred", {}}; }
 
+// A request either is answered before anything asynchronous happens, or its routing has
+// been started.
+struct Started {
+  std::optional<std::string> answer;
+  std::optional<boost::asio::awaitable<SDKOutcome>> routing;
+};
+
+// Decoding and parsing, kept out of the coroutine: a request waiting on the SDK then keeps
+// neither its envelope nor its parsed form in the client's frame.
+Started start(LMRPCRequestHandler& handler, std::string_view text, std::optional<AnyCodable>& id) {
+  auto request = decodeRequest(text);
+  if (!request) return {encodeErrorResponse(request.error().toRPCError(), std::nullopt), std::nullopt};
+  id = request->id;
+  auto parsed = parseRequest(*request);
+  if (!parsed) return {encodeErrorResponse(parsed.error().toRPCError(), id), std::nullopt};
+  return {std::nullopt, handler.route(std::move(parsed).value())};
+}
+
 }  // namespace
 
 std::shared_ptr<LMRPCClient> LMRPCClient::create(EventEmitter eventEmitter) {
@@ -54,13 +72,15 @@ LMRPCClient::~LMRPCClient() = default;
 boost::asio::awaitable<std::string> LMRPCClient::respond(std::shared_ptr<LMRPCClient> self, std::string text) {
   std::optional<AnyCodable> rememberedId;
   try {
-    auto request = decodeRequest(text);
-    if (!request) co_return encodeErrorResponse(request.error().toRPCError(), std::nullopt);
-    rememberedId = request->id;
-    auto parsed = parseRequest(*request);
-    if (!parsed) co_return encodeErrorResponse(parsed.error().toRPCError(), std::move(rememberedId));
-    auto response = co_await self->handler_->routeRequest(std::move(parsed).value(), rememberedId);
-    auto written = encodeResponse(response);
+    auto started = start(*self->handler_, text, rememberedId);
+    std::string().swap(text);  // the text is read; a long wait should not keep it
+    if (started.answer) co_return std::move(*started.answer);
+    std::optional<SDKOutcome> outcome;
+    try {
+      outcome.emplace(co_await std::move(*started.routing));
+    } catch (...) {
+    }
+    auto written = encodeResponse(responseOf(rememberedId, outcome));
     if (!written) co_return encodeErrorResponse(written.error().toRPCError(), std::move(rememberedId));
     co_return std::move(written).value();
   } catch (...) {

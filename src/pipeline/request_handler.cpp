@@ -2,6 +2,7 @@
 
 #include <boost/asio/post.hpp>
 
+#include "handlers/handler_support.h"
 #include "lumetra_rpc/runtime.h"
 #include "pipeline/listener_handler.h"
 #include "pipeline/router.h"
@@ -34,16 +35,48 @@ void LMRPCRequestHandler::setEventEmitter(EventEmitterFunction emitter) {
   emitterSetupTask_ = std::move(task);
 }
 
-boost::asio::awaitable<LMRPCResponse> LMRPCRequestHandler::routeRequest(LMRPCParsedRequest request,
-                                                                        std::optional<AnyCodable> id) {
+namespace {
+
+boost::asio::awaitable<LMRPCResponse> answer(boost::asio::awaitable<SDKOutcome> routed,
+                                             std::optional<AnyCodable> id) {
+  std::optional<SDKOutcome> outcome;
+  try {
+    outcome.emplace(co_await std::move(routed));
+  } catch (...) {
+  }
+  co_return responseOf(std::move(id), outcome);
+}
+
+boost::asio::awaitable<SDKOutcome> routeAfter(std::shared_ptr<AsyncLatch> setup,
+                                              std::shared_ptr<const LMRPCHandlerRouter> router,
+                                              LMRPCParsedRequest request) {
+  co_await setup->wait();
+  auto routed = router->route(std::move(request));
+  co_return co_await std::move(routed);
+}
+
+}  // namespace
+
+LMRPCResponse responseOf(std::optional<AnyCodable> id, const std::optional<SDKOutcome>& outcome) {
+  auto result = outcome ? shapeResult(*outcome) : shapeResult(handlers::unexpectedHandlerFailure());
+  return LMRPCResponse{std::move(id), AnyCodable(std::move(result)), std::nullopt};
+}
+
+// Once the emitter is installed (the usual case) nothing waits, and the case is started
+// right here, outside any coroutine frame.
+boost::asio::awaitable<SDKOutcome> LMRPCRequestHandler::route(LMRPCParsedRequest request) {
   std::shared_ptr<AsyncLatch> setup;
   {
     std::lock_guard lock(emitterLock_);
     setup = emitterSetupTask_;
   }
-  if (setup) co_await setup->wait();
-  auto result = co_await router_->route(std::move(request));
-  co_return LMRPCResponse{std::move(id), AnyCodable(std::move(result)), std::nullopt};
+  if (setup && !setup->isOpen()) return routeAfter(std::move(setup), router_, std::move(request));
+  return router_->route(std::move(request));
+}
+
+boost::asio::awaitable<LMRPCResponse> LMRPCRequestHandler::routeRequest(LMRPCParsedRequest request,
+                                                                        std::optional<AnyCodable> id) {
+  return answer(route(std::move(request)), std::move(id));
 }
 
 }  // namespace lumetra_rpc

@@ -14,6 +14,7 @@
 #include "pipeline/async_latch.h"
 #include "pipeline/state_actor.h"
 #include "sdk/sdk_types.h"
+#include "supervision/outcome.h"
 #include "supervision/timeout_config.h"
 #include "wire/records.h"
 
@@ -21,6 +22,10 @@ namespace lumetra_rpc {
 
 class LMRPCHandlerRouter;
 class LMRPCSDKCapabilities;
+
+// The response to a routed request; an absent outcome means the handler case threw,
+// which the host sees as a result failure, never as an exception.
+LMRPCResponse responseOf(std::optional<AnyCodable> id, const std::optional<SDKOutcome>& outcome);
 
 class LMRPCRequestHandler : public LumetraLibDelegate,
                             public LumetraDeepLinkDelegate,
@@ -36,6 +41,11 @@ class LMRPCRequestHandler : public LumetraLibDelegate,
 
   boost::asio::awaitable<LMRPCResponse> routeRequest(LMRPCParsedRequest request,
                                                      std::optional<AnyCodable> id);
+
+  // The case's outcome alone, for a caller that builds the response itself (the client,
+  // which so keeps one coroutine frame less alive while a request waits). Not a
+  // coroutine; the case may throw when awaited, see responseOf.
+  boost::asio::awaitable<SDKOutcome> route(LMRPCParsedRequest request);
 
   const std::shared_ptr<LMRPCHandlerStateActor>& stateActor() const noexcept { return stateActor_; }
 

@@ -55,14 +55,13 @@ std::shared_ptr<const LMRPCHandlerRouter> LMRPCHandlerRouter::make(
       }});
 }
 
-boost::asio::awaitable<JSONObject> LMRPCHandlerRouter::route(LMRPCParsedRequest request) const {
-  auto outcome = co_await std::visit(
+boost::asio::awaitable<SDKOutcome> LMRPCHandlerRouter::route(LMRPCParsedRequest request) const {
+  return std::visit(
       [this](auto&& record) {
         using Category = CategoryOfT<std::decay_t<decltype(record)>>;
         return std::get<Route<Category>>(routes_)(Category(std::move(record)));
       },
       std::move(request));
-  co_return shapeResult(outcome);
 }
 
 }  // namespace lumetra_rpc

@@ -40,7 +40,9 @@ class LMRPCHandlerRouter {
                                                         std::shared_ptr<LMRPCListenerHandler> listener,
                                                         TimeoutConfig timeouts);
 
-  boost::asio::awaitable<JSONObject> route(LMRPCParsedRequest request) const;
+  // Not a coroutine: the request moves straight into the frame of the handler case that
+  // runs it, so a waiting request is held once, not once per layer.
+  boost::asio::awaitable<SDKOutcome> route(LMRPCParsedRequest request) const;
 
  private:
   Routes routes_;

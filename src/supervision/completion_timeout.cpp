@@ -86,23 +86,6 @@ SDKOutcome unexpectedOutcome(const std::string& operationName) {
                             error_type::kInternal);
 }
 
-awaitable<SDKOutcome> race(double timeoutSeconds, const std::string& operationName,
-                           SDKOperation operation) {
-  // A caller cancelled before the race starts: the SDK racer would resolve at once with
-  // nothing, without starting the operation, so that answer is taken directly.
-  auto state = co_await asio::this_coro::cancellation_state;
-  if (state.cancelled() != asio::cancellation_type::none)
-    co_return outcomeOfAnswer(operationName, SDKAnswer{});
-  asio::steady_timer timer(co_await asio::this_coro::executor, timerDelay(timeoutSeconds));
-  SDKRaceResult first = co_await asio::async_initiate<const asio::use_awaitable_t<>,
-                                                      void(SDKRaceResult)>(
-      [&timer](auto handler, SDKOperation op) { startRace(std::move(handler), timer, std::move(op)); },
-      asio::use_awaitable, std::move(operation));
-  // The losing timer ends now rather than at its expiry; a losing SDK is simply ignored.
-  timer.cancel();
-  co_return outcomeOf(operationName, timeoutSeconds, std::move(first));
-}
-
 }  // namespace
 
 JSONObject stringKeyedCopy(const AnyKeyMap& dictionary) {
@@ -119,14 +102,27 @@ awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds, std::strin
   // caller's own setting is restored before returning.
   bool throwIfCancelled = co_await asio::this_coro::throw_if_cancelled();
   co_await asio::this_coro::throw_if_cancelled(false);
-  std::optional<SDKOutcome> outcome;
-  try {
-    outcome = co_await race(timeoutSeconds, operationName, std::move(operation));
-  } catch (...) {
-    // Only allocation failure can get here; the race then yielded nothing.
+  std::optional<SDKRaceResult> first;
+  auto state = co_await asio::this_coro::cancellation_state;
+  if (state.cancelled() != asio::cancellation_type::none) {
+    // Cancelled before the race starts: the SDK racer would resolve at once with nothing,
+    // without starting the operation, so that answer is taken directly.
+    first.emplace(SDKAnswer{});
+  } else {
+    try {
+      asio::steady_timer timer(co_await asio::this_coro::executor, timerDelay(timeoutSeconds));
+      auto racing = asio::async_initiate<const asio::use_awaitable_t<>, void(SDKRaceResult)>(
+          [&timer](auto handler, SDKOperation op) { startRace(std::move(handler), timer, std::move(op)); },
+          asio::use_awaitable, std::move(operation));
+      first.emplace(co_await std::move(racing));
+      // The losing timer ends now rather than at its expiry; a losing SDK is ignored.
+      timer.cancel();
+    } catch (...) {
+      // Only allocation failure can get here; the race then yielded nothing.
+    }
   }
   co_await asio::this_coro::throw_if_cancelled(throwIfCancelled);
-  co_return outcome ? std::move(*outcome) : unexpectedOutcome(operationName);
+  co_return first ? outcomeOf(operationName, timeoutSeconds, std::move(*first)) : unexpectedOutcome(operationName);
 }
 
 }  // namespace lumetra_rpc

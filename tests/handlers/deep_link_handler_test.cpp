@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "handlers/handler_test_support.h"
+#include "lumetra_rpc/client.h"
 #include "sdk/platform.h"
 #include "support/fake_sdk.h"
+#include "support/pump.h"
 
 namespace lumetra_rpc {
 namespace {
@@ -100,19 +102,19 @@ TEST_F(DeepLinkHandlerTest, FacebookApplinksMessageFollowsTheFlagNotTheLookup) {
 }
 
 // An SDK that throws must neither unwind the main executor nor leave the request unanswered.
+// One case throws before answering, the other after it hopped to the main executor; the
+// host gets the same result failure either way, through the whole client.
 TEST(DeepLinkHandlerFailure, ThrowingSDKCallBecomesAnInternalFailure) {
   struct ThrowingSDK : FakeSDK {
     void performOnAppAttribution(const URLValue&) override { throw std::runtime_error("sdk bug"); }
     void addPushNotificationDeepLinkPath(const StringList&) override { throw std::bad_alloc(); }
   };
-  LMRPCDeepLinkHandler handler{std::make_shared<ThrowingSDK>()};
-  for (R request : {R{LMRPCPerformOnAppAttributionRequest{URLValue{"myapp://x"}}},
-                    R{LMRPCAddPushNotificationDeepLinkPathRequest{{"a"}}}}) {
-    const SDKFailure* failure = nullptr;
-    auto outcome = testing::runHandler(handler, request);
-    failure = testing::asFailure(outcome);
-    ASSERT_NE(failure, nullptr);
-    EXPECT_EQ(failure->errorType, std::string(error_type::kInternal));
+  auto client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<ThrowingSDK>());
+  for (std::string method : {R"("performOnAppAttributionWithURL","params":{"url":"myapp://x"})",
+                             R"("addPushNotificationDeepLinkPath","params":{"path":["a"]})"}) {
+    EXPECT_EQ(testing::execute(*client, R"({"id":1,"method":)" + method + "}"),
+              R"({"error":null,"id":1,"result":{"errorType":"internal_error",)"
+              R"("message":"Unexpected failure while handling the request","success":false}})");
   }
 }
 
