@@ -23,13 +23,8 @@ bool isBlank(const std::string& line) {
   return line.find_first_not_of(" \t\r\n") == std::string::npos;
 }
 
-// Runs main-executor jobs for one slice; sleeps out the slice when there was nothing to
-// run, since a host-driven executor with no work returns at once.
-std::size_t pumpSlice() {
-  auto ran = Runtime::shared().runMainFor(kPumpSlice);
-  if (ran == 0) std::this_thread::sleep_for(kPumpSlice);
-  return ran;
-}
+// Runs main-executor jobs for one slice, waiting for them while there are none.
+std::size_t pumpSlice() { return Runtime::shared().runMainFor(kPumpSlice); }
 
 }  // namespace
 

@@ -31,7 +31,9 @@ LMRPC_EXPORT void lmrpc_remove_event_handler(void);
 LMRPC_EXPORT void lmrpc_text_free(char *text);
 
 /* Host-driven main executor: choose it before any other call (returns 1 when chosen, 0
- * when the library is already running), then pump it from the host's own main loop. */
+ * when the library is already running), then pump it from the host's own main loop:
+ * run_until_idle runs the ready jobs and returns at once (for a frame tick); run_for runs
+ * jobs as they arrive for the whole duration, waiting while there are none. */
 LMRPC_EXPORT int lmrpc_use_host_driven_main(void);
 LMRPC_EXPORT size_t lmrpc_main_run_until_idle(void);
 LMRPC_EXPORT size_t lmrpc_main_run_for(uint32_t milliseconds);

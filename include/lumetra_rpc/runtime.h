@@ -40,8 +40,9 @@ class LMRPC_API Runtime {
   bool hostDriven() const noexcept { return hostDriven_; }
   bool isOnMain() const noexcept;
 
-  // Host-driven mode only: run every main-executor job that is ready, or keep running
-  // jobs for up to `duration`. Both return the number of jobs run and never throw.
+  // Host-driven mode only: run every main-executor job that is ready and return at once,
+  // or keep running jobs as they arrive for the whole `duration` (waiting, not spinning,
+  // while there are none). Both return the number of jobs run and never throw.
   std::size_t runMainUntilIdle() noexcept;
   std::size_t runMainFor(std::chrono::nanoseconds duration) noexcept;
 

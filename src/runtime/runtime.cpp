@@ -45,8 +45,10 @@ Runtime::Runtime(bool hostDriven, std::size_t poolThreads)
       poolThreads_(poolThreads),
       pool_(poolThreads),
       impl_(std::make_unique<Impl>()) {
-  if (hostDriven_) return;
+  // Held in both modes: a host pumping with runMainFor expects it to wait for jobs for the
+  // whole duration, not to return the moment the queue is empty.
   impl_->keepAlive.emplace(main_.get_executor());
+  if (hostDriven_) return;
   impl_->mainThread = std::thread([this] {
     for (;;) {
       try {

@@ -1,9 +1,12 @@
 #include "runtime/main_hop.h"
 
+#include <atomic>
 #include <mutex>
 #include <stdexcept>
+#include <thread>
 
 #include <boost/asio/co_spawn.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
 #include <gtest/gtest.h>
 
@@ -54,6 +57,19 @@ TEST(RunOnMain, RunsOnMainAndResumesOnTheCallersExecutor) {
   EXPECT_FALSE(report->resumedOnMain);
   EXPECT_TRUE(report->resumedOnCallerStrand);
   EXPECT_FALSE(report->threw);
+}
+
+// A host pumping with runMainFor must get the jobs that arrive while it pumps, not an
+// early return because the queue happened to be empty when it started.
+TEST(HostDrivenMain, RunForServesJobsArrivingDuringTheWait) {
+  std::atomic<bool> ran{false};
+  std::thread poster([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    asio::post(Runtime::shared().main(), [&] { ran = true; });
+  });
+  Runtime::shared().runMainFor(std::chrono::seconds(1));
+  poster.join();
+  EXPECT_TRUE(ran.load());
 }
 
 }  // namespace
