@@ -1,0 +1,26 @@
+# Runs an example and passes when it exits 0 having printed every line of EXPECTED, in
+# any order (requests may be answered in any order).
+#   cmake -DEXPECTED=lines.txt -P expect_lines.cmake program [args...]
+set(command "")
+math(EXPR last "${CMAKE_ARGC} - 1")
+foreach(index RANGE ${last})
+  if(script_seen)
+    list(APPEND command "${CMAKE_ARGV${index}}")
+  elseif(previous STREQUAL "-P")
+    set(script_seen TRUE)
+  endif()
+  set(previous "${CMAKE_ARGV${index}}")
+endforeach()
+
+execute_process(COMMAND ${command} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)
+file(STRINGS ${EXPECTED} expected)
+set(missing "")
+foreach(line IN LISTS expected)
+  string(FIND "\n${output}" "\n${line}\n" at)
+  if(at EQUAL -1)
+    string(APPEND missing "${line}\n")
+  endif()
+endforeach()
+if(NOT result EQUAL 0 OR missing)
+  message(FATAL_ERROR "exit ${result}; missing lines:\n${missing}printed:\n${output}${errors}")
+endif()
