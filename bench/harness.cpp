@@ -1,9 +1,9 @@
 #include "harness.h"
 
-#include <algorithm>
-#include <fstream>
 #include <malloc.h>
 #include <unistd.h>
+#include <algorithm>
+#include <fstream>
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/use_future.hpp>

@@ -40,9 +40,12 @@ void addRatios(Figures& figures) {
 
 std::vector<Target> targets() {
   auto threads = static_cast<double>(Runtime::shared().poolThreadCount() + 3);
-  return {{"execute_vs_floor", "<=", 5},       {"bridge_vs_peer", ">=", 2},
-          {"waits_10k_ratio", "<=", 1.5},      {"waits_10k_threads", "<=", threads},
-          {"waits_10k_bytes_per_wait", "<=", 4096}, {"oversize_ratio", ">=", 1000},
+  return {{"execute_vs_floor", "<=", 5},
+          {"bridge_vs_peer", ">=", 2},
+          {"waits_10k_ratio", "<=", 1.5},
+          {"waits_10k_threads", "<=", threads},
+          {"waits_10k_bytes_per_wait", "<=", 4096},
+          {"oversize_ratio", ">=", 1000},
           {"growth_linearity", "<=", 1.5}};
 }
 
@@ -107,11 +110,12 @@ int run(int argc, char** argv) {
   // The waits measure resident memory, so they run first, before large requests leave
   // freed memory behind for them to reuse; the timed figures then run with freed memory
   // kept in the process (see keepFreedMemory).
-  const Measure measures[] = {{"waits", measureWaits},
-                              {"request", measureRequestCost},
-                              {"bridge", measureBridgeThroughput},
+  const Measure measures[] = {
+      {"waits", measureWaits},
+      {"request", measureRequestCost},
+      {"bridge", measureBridgeThroughput},
 #ifdef LMRPC_BENCH_PEER
-                              {"peer", measurePeerThroughput},
+      {"peer", measurePeerThroughput},
 #endif
   };
   for (const auto& [label, measure] : measures) {

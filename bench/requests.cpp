@@ -14,10 +14,14 @@ namespace {
 std::string eventValuesMember(std::size_t index) {
   auto key = "\"value_" + std::to_string(index) + "\":";
   switch (index % 4) {
-    case 0: return key + "\"sku-" + std::to_string(index * 7919) + "-blue-large\"";
-    case 1: return key + std::to_string(index * 31);
-    case 2: return key + std::to_string(index) + ".99";
-    default: return key + (index % 8 == 3 ? "true" : "false");
+    case 0:
+      return key + "\"sku-" + std::to_string(index * 7919) + "-blue-large\"";
+    case 1:
+      return key + std::to_string(index * 31);
+    case 2:
+      return key + std::to_string(index) + ".99";
+    default:
+      return key + (index % 8 == 3 ? "true" : "false");
   }
 }
 
@@ -29,7 +33,8 @@ std::string setterRequest() {
 }
 
 std::string logEventRequest(std::size_t targetBytes) {
-  const std::string head = R"({"id":42,"method":"logEvent","params":{"eventName":"purchase_completed","eventValues":{)";
+  const std::string head =
+      R"({"id":42,"method":"logEvent","params":{"eventName":"purchase_completed","eventValues":{)";
   const std::string tail = "}}}";
   std::string text = head;
   for (std::size_t i = 0;; ++i) {

@@ -32,7 +32,8 @@ void measureWaits(Figures& figures) {
   std::vector<std::string> texts;
   texts.reserve(kWaits);
   for (std::size_t i = 0; i < kWaits; ++i)
-    texts.push_back(R"({"id":)" + std::to_string(i) + R"(,"method":"start","params":{"awaitResponse":true}})");
+    texts.push_back(R"({"id":)" + std::to_string(i) +
+                    R"(,"method":"start","params":{"awaitResponse":true}})");
 
   std::atomic<std::size_t> timedOut{0};
   std::atomic<std::size_t> answered{0};

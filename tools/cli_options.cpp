@@ -37,8 +37,8 @@ double* timeoutField(TimeoutConfig& timeouts, std::string_view name) {
 
 std::optional<double> parseSeconds(std::string_view text) {
   double seconds = 0;
-  auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds,
-                                      std::chars_format::fixed);
+  auto [end, error] =
+      std::from_chars(text.data(), text.data() + text.size(), seconds, std::chars_format::fixed);
   if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
   if (!std::isfinite(seconds) || seconds < 0 || seconds > kMaxTimeoutSeconds) return std::nullopt;
   return seconds;
@@ -64,8 +64,8 @@ Expected<std::monostate, std::string> applyTimeout(std::string_view item, Timeou
 }
 
 // Takes the value of a flag given as "--flag VALUE" or "--flag=VALUE".
-std::optional<std::string_view> flagValue(const std::vector<std::string_view>& arguments,
-                                          std::size_t& index, std::string_view flag) {
+std::optional<std::string_view> flagValue(const std::vector<std::string_view>& arguments, std::size_t& index,
+                                          std::string_view flag) {
   auto argument = arguments[index];
   if (argument == flag) {
     if (index + 1 >= arguments.size()) return std::nullopt;
@@ -99,8 +99,7 @@ Expected<CliOptions, std::string> parseCliOptions(const std::vector<std::string_
       options.help = true;
     } else if (argument == "--concurrent") {
       options.concurrent = true;
-    } else if (names(argument, "--sdk") || names(argument, "--journal") ||
-               names(argument, "--timeouts")) {
+    } else if (names(argument, "--sdk") || names(argument, "--journal") || names(argument, "--timeouts")) {
       auto flag = argument.substr(0, argument.find('='));
       auto value = flagValue(arguments, i, flag);
       if (!value || value->empty()) return Failure{std::string(flag) + " needs a value"};

@@ -24,7 +24,9 @@ bool isBlank(const std::string& line) {
 }
 
 // Runs main-executor jobs for one slice, waiting for them while there are none.
-std::size_t pumpSlice() { return Runtime::shared().runMainFor(kPumpSlice); }
+std::size_t pumpSlice() {
+  return Runtime::shared().runMainFor(kPumpSlice);
+}
 
 }  // namespace
 

@@ -24,8 +24,8 @@ extern "C" {
 typedef void (*lmrpc_text_callback)(void *context, char *text, size_t length);
 
 /* Exactly one call of `completion` per request (none if `completion` is NULL). */
-LMRPC_EXPORT void lmrpc_execute_json(const char *text, size_t length,
-                                     lmrpc_text_callback completion, void *context);
+LMRPC_EXPORT void lmrpc_execute_json(const char *text, size_t length, lmrpc_text_callback completion,
+                                     void *context);
 LMRPC_EXPORT void lmrpc_set_event_handler(lmrpc_text_callback handler, void *context);
 LMRPC_EXPORT void lmrpc_remove_event_handler(void);
 LMRPC_EXPORT void lmrpc_text_free(char *text);

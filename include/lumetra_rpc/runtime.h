@@ -13,8 +13,8 @@
 #include <memory>
 
 #include <boost/asio/io_context.hpp>
-#include "lumetra_rpc/export.h"
 #include <boost/asio/thread_pool.hpp>
+#include "lumetra_rpc/export.h"
 
 namespace lumetra_rpc {
 

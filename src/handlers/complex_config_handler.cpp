@@ -10,7 +10,9 @@ namespace {
 
 using SDK = LMRPCComplexConfigSDK;
 
-SDKOutcome success(std::string message) { return SDKSuccess{std::move(message), std::nullopt}; }
+SDKOutcome success(std::string message) {
+  return SDKSuccess{std::move(message), std::nullopt};
+}
 
 SDKOutcome apply(SDK& sdk, const LMRPCSetResolveDeepLinkURLsRequest& r) {
   sdk.setResolveDeepLinkURLs(r.urls);
@@ -19,8 +21,7 @@ SDKOutcome apply(SDK& sdk, const LMRPCSetResolveDeepLinkURLsRequest& r) {
 
 SDKOutcome apply(SDK& sdk, const LMRPCSetHoplineCustomDomainsRequest& r) {
   sdk.setHoplineCustomDomains(r.domains);
-  return success("hoplineCustomDomains set with " + std::to_string(r.domains.size()) +
-                 " domain(s)");
+  return success("hoplineCustomDomains set with " + std::to_string(r.domains.size()) + " domain(s)");
 }
 
 SDKOutcome apply(SDK& sdk, const LMRPCSetHostRequest& r) {

@@ -27,8 +27,7 @@ awaitable<SDKOutcome> apply(CoreContext ctx, LMRPCStartRequest request) {
     co_return SDKSuccess{"SDK start completed", std::nullopt};
   }
   SDKOperation operation = [sdk = ctx.sdk](SDKCompletion completion) { sdk->start(std::move(completion)); };
-  co_return co_await withSDKCompletionTimeout(ctx.timeouts.start, "start",
-                                      std::move(operation));
+  co_return co_await withSDKCompletionTimeout(ctx.timeouts.start, "start", std::move(operation));
 }
 
 JSONObject eventSummary(const LMRPCLogEventRequest& request) {
@@ -53,10 +52,12 @@ awaitable<SDKOutcome> apply(CoreContext ctx, LMRPCLogEventRequest request) {
     ctx.sdk->logEvent(request.eventName, request.eventValues);
     co_return SDKSuccess{"Event logged", std::move(summary)};
   }
-  SDKOperation operation = [sdk = ctx.sdk, name = request.eventName, values = request.eventValues](
-          SDKCompletion completion) { sdk->logEvent(name, values, std::move(completion)); };
-  SDKOutcome outcome = co_await withSDKCompletionTimeout(ctx.timeouts.logEvent, "logEvent",
-                                      std::move(operation));
+  SDKOperation operation = [sdk = ctx.sdk, name = request.eventName,
+                            values = request.eventValues](SDKCompletion completion) {
+    sdk->logEvent(name, values, std::move(completion));
+  };
+  SDKOutcome outcome =
+      co_await withSDKCompletionTimeout(ctx.timeouts.logEvent, "logEvent", std::move(operation));
   co_return mergeSummary(std::move(outcome), summary);
 }
 

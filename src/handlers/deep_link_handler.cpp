@@ -14,7 +14,9 @@ using SDKPtr = std::shared_ptr<LMRPCDeepLinkSDK>;
 // Looked up by name: the host application may link the Facebook SDK; this library never does.
 constexpr std::string_view kFacebookAppLinkClass = "FBSDKAppLinkUtility";
 
-SDKOutcome success(std::string message) { return SDKSuccess{std::move(message), std::nullopt}; }
+SDKOutcome success(std::string message) {
+  return SDKSuccess{std::move(message), std::nullopt};
+}
 
 SDKOutcome apply(const SDKPtr& sdk, LMRPCAppendParametersToDeeplinkURLRequest r) {
   sdk->appendParametersToDeepLinkingURL(r.containsString, r.parameters);

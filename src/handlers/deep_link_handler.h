@@ -8,7 +8,6 @@
 #include "sdk/capabilities.h"
 #include "supervision/outcome.h"
 
-
 namespace lumetra_rpc {
 
 // Immutable once built; may serve any number of requests at the same time.

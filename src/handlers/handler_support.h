@@ -17,7 +17,9 @@ namespace lumetra_rpc::handlers {
 // The outcome for a case that threw instead of answering; the host still gets a result.
 SDKFailure unexpectedHandlerFailure();
 
-inline boost::asio::awaitable<SDKOutcome> asAwaitable(SDKOutcome outcome) { co_return outcome; }
+inline boost::asio::awaitable<SDKOutcome> asAwaitable(SDKOutcome outcome) {
+  co_return outcome;
+}
 inline boost::asio::awaitable<SDKOutcome> asAwaitable(boost::asio::awaitable<SDKOutcome> outcome) {
   return outcome;
 }

@@ -15,7 +15,9 @@ struct MonetizationContext {
   TimeoutConfig timeouts;
 };
 
-SDKOutcome success(std::string message) { return SDKSuccess{std::move(message), std::nullopt}; }
+SDKOutcome success(std::string message) {
+  return SDKSuccess{std::move(message), std::nullopt};
+}
 
 // A completion dictionary with one string key, as the SDK would hand it back.
 AnyKeyMap singleEntry(std::string key, std::string value) {
@@ -24,13 +26,13 @@ AnyKeyMap singleEntry(std::string key, std::string value) {
 
 awaitable<SDKOutcome> apply(MonetizationContext ctx, LMRPCValidateAndLogInAppPurchaseLegacyRequest r) {
   SDKOperation operation = [sdk = ctx.sdk, r = std::move(r)](SDKCompletion completion) {
-        sdk->validateAndLogInAppPurchase(
-            r.productIdentifier, r.price, r.currency, r.transactionId, r.additionalParameters,
-            [completion](AnyKeyMap response) { completion(std::move(response), std::nullopt); },
-            [completion](SDKError error, AnyCodable) { completion(std::nullopt, std::move(error)); });
-      };
+    sdk->validateAndLogInAppPurchase(
+        r.productIdentifier, r.price, r.currency, r.transactionId, r.additionalParameters,
+        [completion](AnyKeyMap response) { completion(std::move(response), std::nullopt); },
+        [completion](SDKError error, AnyCodable) { completion(std::nullopt, std::move(error)); });
+  };
   co_return co_await withSDKCompletionTimeout(ctx.timeouts.purchase, "validateAndLogInAppPurchase",
-                                      std::move(operation));
+                                              std::move(operation));
 }
 
 awaitable<SDKOutcome> apply(MonetizationContext ctx, LMRPCValidateAndLogInAppPurchaseV2Request r) {
@@ -45,16 +47,16 @@ awaitable<SDKOutcome> apply(MonetizationContext ctx, LMRPCValidateAndLogInAppPur
     co_return SDKFailure::ofType("Failed to create purchase details from provided parameters",
                                  error_type::kSDK);
   }
-  SDKOperation operation = [sdk = ctx.sdk, details, extra = std::move(r.additionalParameters)](SDKCompletion completion) {
-        sdk->validateAndLogInAppPurchase(details, extra, std::move(completion));
-      };
+  SDKOperation operation = [sdk = ctx.sdk, details,
+                            extra = std::move(r.additionalParameters)](SDKCompletion completion) {
+    sdk->validateAndLogInAppPurchase(details, extra, std::move(completion));
+  };
   co_return co_await withSDKCompletionTimeout(ctx.timeouts.purchase, "validateAndLogInAppPurchaseV2",
-                                      std::move(operation));
+                                              std::move(operation));
 }
 
 SDKOutcome apply(const MonetizationContext& ctx, const LMRPCLogAdRevenueRequest& r) {
-  LMAdRevenueData revenue{r.monetizationNetwork, r.mediationNetwork, r.currencyIso4217Code,
-                          r.eventRevenue};
+  LMAdRevenueData revenue{r.monetizationNetwork, r.mediationNetwork, r.currencyIso4217Code, r.eventRevenue};
   ctx.sdk->logAdRevenue(revenue, r.additionalParameters);
   return success("Ad revenue logged");
 }
@@ -67,14 +69,12 @@ SDKOutcome apply(const MonetizationContext& ctx, const LMRPCLogCrossPromoteImpre
 // The library does not open the store itself; the click URL goes back to the host.
 awaitable<SDKOutcome> apply(MonetizationContext ctx, LMRPCLogAndOpenStoreRequest r) {
   SDKOperation operation = [sdk = ctx.sdk, r = std::move(r)](SDKCompletion completion) {
-        sdk->logAndOpenStore(r.appID, r.campaign, r.parameters,
-                             [completion](OpaqueValue, URLValue clickURL) {
-                               completion(singleEntry("clickURL", clickURL.absoluteString),
-                                          std::nullopt);
-                             });
-      };
+    sdk->logAndOpenStore(r.appID, r.campaign, r.parameters, [completion](OpaqueValue, URLValue clickURL) {
+      completion(singleEntry("clickURL", clickURL.absoluteString), std::nullopt);
+    });
+  };
   co_return co_await withSDKCompletionTimeout(ctx.timeouts.crossPromotion, "logAndOpenStore",
-                                      std::move(operation));
+                                              std::move(operation));
 }
 
 // Absent fields leave the generator's own defaults alone.
@@ -107,15 +107,15 @@ void answerInvite(const SDKCompletion& completion, const std::optional<URLValue>
 awaitable<SDKOutcome> apply(MonetizationContext ctx, LMRPCGenerateInviteUrlRequest r) {
   auto request = std::make_shared<const LMRPCGenerateInviteUrlRequest>(std::move(r));
   SDKOperation operation = [sdk = ctx.sdk, request](SDKCompletion completion) {
-        sdk->generateInviteUrl(
-            [request](std::shared_ptr<LumetraLinkGenerator> generator) {
-              if (generator) fillGenerator(*generator, *request);
-              return generator;
-            },
-            [completion](std::optional<URLValue> url) { answerInvite(completion, url); });
-      };
+    sdk->generateInviteUrl(
+        [request](std::shared_ptr<LumetraLinkGenerator> generator) {
+          if (generator) fillGenerator(*generator, *request);
+          return generator;
+        },
+        [completion](std::optional<URLValue> url) { answerInvite(completion, url); });
+  };
   co_return co_await withSDKCompletionTimeout(ctx.timeouts.shareInvite, "generateInviteUrl",
-                                      std::move(operation));
+                                              std::move(operation));
 }
 
 SDKOutcome apply(const MonetizationContext& ctx, const LMRPCLogInviteRequest& r) {

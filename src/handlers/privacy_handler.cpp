@@ -18,15 +18,14 @@ SDKOutcome apply(SDK& sdk, const LMRPCWaitForATTRequest& r) {
     return SDKFailure::ofType("ATT requires iOS 14.0 or later", error_type::kUnsupportedPlatform);
   }
   sdk.waitForATTUserAuthorization(r.timeout);
-  return SDKSuccess{
-      "Waiting for ATT authorization with timeout " + formatNumberForMessage(r.timeout) + "s",
-      std::nullopt};
+  return SDKSuccess{"Waiting for ATT authorization with timeout " + formatNumberForMessage(r.timeout) + "s",
+                    std::nullopt};
 }
 
 // Absent consent answers stay absent: the SDK tells "not asked" from "refused".
 SDKOutcome apply(SDK& sdk, const LMRPCSetConsentDataRequest& r) {
-  LumetraConsent consent{r.isUserSubjectToGDPR, r.hasConsentForDataUsage,
-                         r.hasConsentForAdsPersonalization, r.hasConsentForAdStorage};
+  LumetraConsent consent{r.isUserSubjectToGDPR, r.hasConsentForDataUsage, r.hasConsentForAdsPersonalization,
+                         r.hasConsentForAdStorage};
   sdk.setConsentData(consent);
   const char* gdpr = r.isUserSubjectToGDPR ? "true" : "false";
   return SDKSuccess{std::string("Consent data set (GDPR=") + gdpr + ")", std::nullopt};
@@ -34,8 +33,7 @@ SDKOutcome apply(SDK& sdk, const LMRPCSetConsentDataRequest& r) {
 
 SDKOutcome apply(SDK& sdk, const LMRPCEnableTCFDataCollectionRequest& r) {
   sdk.enableTCFDataCollection(r.enable);
-  return SDKSuccess{r.enable ? "TCF data collection enabled" : "TCF data collection disabled",
-                    std::nullopt};
+  return SDKSuccess{r.enable ? "TCF data collection enabled" : "TCF data collection disabled", std::nullopt};
 }
 
 }  // namespace

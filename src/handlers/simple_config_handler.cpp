@@ -34,8 +34,7 @@ SDKOutcome apply(SDK& sdk, const LMRPCSetCurrencyCodeRequest& r) {
 }
 
 SDKOutcome apply(SDK& sdk, const LMRPCSetDisableAdvertisingIdentifierRequest& r) {
-  return write(sdk, &SDK::setDisableAdvertisingIdentifier, r.disable,
-               "disableAdvertisingIdentifier set");
+  return write(sdk, &SDK::setDisableAdvertisingIdentifier, r.disable, "disableAdvertisingIdentifier set");
 }
 
 SDKOutcome apply(SDK& sdk, const LMRPCSetDisableSKAdNetworkRequest& r) {
@@ -59,13 +58,11 @@ SDKOutcome apply(SDK& sdk, const LMRPCSetDisableCollectASARequest& r) {
 }
 
 SDKOutcome apply(SDK& sdk, const LMRPCSetDisableAppleAdsAttributionRequest& r) {
-  return write(sdk, &SDK::setDisableAppleAdsAttribution, r.disable,
-               "disableAppleAdsAttribution set");
+  return write(sdk, &SDK::setDisableAppleAdsAttribution, r.disable, "disableAppleAdsAttribution set");
 }
 
 SDKOutcome apply(SDK& sdk, const LMRPCSetUseReceiptValidationSandboxRequest& r) {
-  return write(sdk, &SDK::setUseReceiptValidationSandbox, r.sandbox,
-               "useReceiptValidationSandbox set");
+  return write(sdk, &SDK::setUseReceiptValidationSandbox, r.sandbox, "useReceiptValidationSandbox set");
 }
 
 SDKOutcome apply(SDK& sdk, const LMRPCSetUseUninstallSandboxRequest& r) {
@@ -90,8 +87,7 @@ SDKOutcome apply(SDK& sdk, const LMRPCSetStoppedRequest& r) {
 
 }  // namespace
 
-boost::asio::awaitable<SDKOutcome> LMRPCSimpleConfigHandler::handle(
-    LMRPCSimpleConfigRequest request) const {
+boost::asio::awaitable<SDKOutcome> LMRPCSimpleConfigHandler::handle(LMRPCSimpleConfigRequest request) const {
   auto visitCase = [sdk = sdk_](auto&& record) { return apply(*sdk, record); };
   return handlers::dispatchCase(std::move(request), std::move(visitCase));
 }

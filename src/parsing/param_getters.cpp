@@ -156,9 +156,9 @@ ClientResult<URLValue> requiredURL(const JSONObject& params, std::string_view na
   }
   if (isBlockedScheme(parsed->scheme)) {
     const std::string& scheme = parsed->scheme;
-    return fail(Error::validationError(
-        "URL scheme '" + scheme + "' is not allowed for parameter '" + parameter + "'",
-        JSONObject{{"parameter", parameter}, {"scheme", scheme}}));
+    return fail(
+        Error::validationError("URL scheme '" + scheme + "' is not allowed for parameter '" + parameter + "'",
+                               JSONObject{{"parameter", parameter}, {"scheme", scheme}}));
   }
   return std::move(parsed->url);
 }

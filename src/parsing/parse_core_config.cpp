@@ -26,14 +26,12 @@ ClientResult<StringList> nonEmptyStringList(const JSONObject& params, std::strin
   std::optional<StringList> list = value == nullptr ? std::nullopt : stringListValue(*value);
   if (!list) return fail(Error::missingParameter(std::string(name)));
   if (list->empty()) {
-    return fail(
-        Error::validationError(std::string(name) + " must be a non-empty array of strings"));
+    return fail(Error::validationError(std::string(name) + " must be a non-empty array of strings"));
   }
   return std::move(*list);
 }
 
-ClientResult<std::optional<StringList>> sharingFilter(const JSONObject& params,
-                                                      std::string_view name) {
+ClientResult<std::optional<StringList>> sharingFilter(const JSONObject& params, std::string_view name) {
   const AnyCodable* value = findParam(params, name);
   if (value == nullptr || value->isNull()) return std::optional<StringList>();
   std::optional<StringList> list = stringListValue(*value);

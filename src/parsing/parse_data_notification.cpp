@@ -14,9 +14,8 @@ ClientResult<Bytes> deviceToken(const JSONObject& params, std::string_view name)
   if (!text) return fail(std::move(text).error());
   std::optional<Bytes> bytes = hexDecodedData(*text);
   if (!bytes) {
-    return fail(Error::validationError(
-        "Invalid hex-encoded device token. Must be an even-length hex string.",
-        JSONObject{{"parameter", std::string(name)}}));
+    return fail(Error::validationError("Invalid hex-encoded device token. Must be an even-length hex string.",
+                                       JSONObject{{"parameter", std::string(name)}}));
   }
   return std::move(*bytes);
 }
@@ -25,8 +24,7 @@ ClientResult<StringList> emailList(const JSONObject& params, std::string_view na
   const AnyCodable* value = findParam(params, name);
   if (value == nullptr) return fail(Error::missingParameter(std::string(name)));
   std::optional<StringList> list = stringListValue(*value);
-  if (!list)
-    return fail(Error::validationError(std::string(name) + " must be an array of strings"));
+  if (!list) return fail(Error::validationError(std::string(name) + " must be an array of strings"));
   if (list->empty()) return fail(Error::validationError(std::string(name) + " must not be empty"));
   return std::move(*list);
 }
@@ -36,8 +34,8 @@ ClientResult<std::int64_t> emailCryptType(const JSONObject& params, std::string_
   std::string type = optionalString(params, name).value_or("none");
   auto found = emailCryptTypes().find(type);
   if (found == emailCryptTypes().end()) {
-    return fail(Error::validationError(std::string(name) +
-                                       " must be one of: " + validOptions(emailCryptTypes())));
+    return fail(
+        Error::validationError(std::string(name) + " must be one of: " + validOptions(emailCryptTypes())));
   }
   return found->second;
 }

@@ -94,8 +94,8 @@ ParseResult parseGenerateInviteUrl(const JSONObject& params) {
 }
 
 ParseResult parseLogInvite(const JSONObject& params) {
-  return LMRPCParsedRequest(LMRPCLogInviteRequest{optionalString(params, "channel"),
-                                                  optionalDictionary(params, "parameters")});
+  return LMRPCParsedRequest(
+      LMRPCLogInviteRequest{optionalString(params, "channel"), optionalDictionary(params, "parameters")});
 }
 
 }  // namespace lumetra_rpc

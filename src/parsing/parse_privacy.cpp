@@ -29,8 +29,7 @@ ParseResult parseSetConsentData(const JSONObject& params) {
   LMRPCSetConsentDataRequest record;
   record.isUserSubjectToGDPR = in.read(requiredBool, "isUserSubjectToGDPR");
   record.hasConsentForDataUsage = optionalNullableBool(params, "hasConsentForDataUsage");
-  record.hasConsentForAdsPersonalization =
-      optionalNullableBool(params, "hasConsentForAdsPersonalization");
+  record.hasConsentForAdsPersonalization = optionalNullableBool(params, "hasConsentForAdsPersonalization");
   record.hasConsentForAdStorage = optionalNullableBool(params, "hasConsentForAdStorage");
   // Ad storage consent stays optional even under GDPR.
   if (record.isUserSubjectToGDPR && !record.hasConsentForDataUsage)

@@ -11,37 +11,38 @@
 
 namespace lumetra_rpc {
 
-using LMRPCCoreRequest = std::variant<LMRPCInitRequest, LMRPCStartRequest, LMRPCLogEventRequest,
-                                      LMRPCSetPluginInfoRequest>;
+using LMRPCCoreRequest =
+    std::variant<LMRPCInitRequest, LMRPCStartRequest, LMRPCLogEventRequest, LMRPCSetPluginInfoRequest>;
 
-using LMRPCSimpleConfigRequest = std::variant<
-    LMRPCIsDebugRequest, LMRPCSetCustomerUserIdRequest, LMRPCSetAdditionalDataRequest,
-    LMRPCSetCurrencyCodeRequest, LMRPCSetDisableAdvertisingIdentifierRequest,
-    LMRPCSetDisableSKAdNetworkRequest, LMRPCSetShouldCollectDeviceNameRequest,
-    LMRPCSetAppInviteHoplineIDRequest, LMRPCSetAnonymizeUserRequest,
-    LMRPCSetDisableCollectASARequest, LMRPCSetDisableAppleAdsAttributionRequest,
-    LMRPCSetUseReceiptValidationSandboxRequest, LMRPCSetUseUninstallSandboxRequest,
-    LMRPCSetPhoneNumberRequest, LMRPCSetDisableIDFVCollectionRequest,
-    LMRPCSetCurrentDeviceLanguageRequest, LMRPCSetStoppedRequest>;
+using LMRPCSimpleConfigRequest =
+    std::variant<LMRPCIsDebugRequest, LMRPCSetCustomerUserIdRequest, LMRPCSetAdditionalDataRequest,
+                 LMRPCSetCurrencyCodeRequest, LMRPCSetDisableAdvertisingIdentifierRequest,
+                 LMRPCSetDisableSKAdNetworkRequest, LMRPCSetShouldCollectDeviceNameRequest,
+                 LMRPCSetAppInviteHoplineIDRequest, LMRPCSetAnonymizeUserRequest,
+                 LMRPCSetDisableCollectASARequest, LMRPCSetDisableAppleAdsAttributionRequest,
+                 LMRPCSetUseReceiptValidationSandboxRequest, LMRPCSetUseUninstallSandboxRequest,
+                 LMRPCSetPhoneNumberRequest, LMRPCSetDisableIDFVCollectionRequest,
+                 LMRPCSetCurrentDeviceLanguageRequest, LMRPCSetStoppedRequest>;
 
-using LMRPCComplexConfigRequest = std::variant<
-    LMRPCSetResolveDeepLinkURLsRequest, LMRPCSetHoplineCustomDomainsRequest, LMRPCSetHostRequest,
-    LMRPCSetMinTimeBetweenSessionsRequest, LMRPCSetDeepLinkTimeoutRequest, LMRPCSetInstallIdRequest,
-    LMRPCSetSharingFilterForPartnersRequest, LMRPCSetPartnerDataRequest>;
+using LMRPCComplexConfigRequest =
+    std::variant<LMRPCSetResolveDeepLinkURLsRequest, LMRPCSetHoplineCustomDomainsRequest, LMRPCSetHostRequest,
+                 LMRPCSetMinTimeBetweenSessionsRequest, LMRPCSetDeepLinkTimeoutRequest,
+                 LMRPCSetInstallIdRequest, LMRPCSetSharingFilterForPartnersRequest,
+                 LMRPCSetPartnerDataRequest>;
 
-using LMRPCPrivacyRequest = std::variant<LMRPCWaitForATTRequest, LMRPCSetConsentDataRequest,
-                                         LMRPCEnableTCFDataCollectionRequest>;
+using LMRPCPrivacyRequest =
+    std::variant<LMRPCWaitForATTRequest, LMRPCSetConsentDataRequest, LMRPCEnableTCFDataCollectionRequest>;
 
-using LMRPCDeepLinkRequest = std::variant<
-    LMRPCAppendParametersToDeeplinkURLRequest, LMRPCAddPushNotificationDeepLinkPathRequest,
-    LMRPCEnableFacebookDeferredApplinksRequest, LMRPCSetFacebookDeferredAppLinkRequest,
-    LMRPCHandleOpenURLRequest, LMRPCHandleOpenUrlRequest, LMRPCContinueUserActivityRequest,
-    LMRPCPerformOnAppAttributionRequest>;
+using LMRPCDeepLinkRequest =
+    std::variant<LMRPCAppendParametersToDeeplinkURLRequest, LMRPCAddPushNotificationDeepLinkPathRequest,
+                 LMRPCEnableFacebookDeferredApplinksRequest, LMRPCSetFacebookDeferredAppLinkRequest,
+                 LMRPCHandleOpenURLRequest, LMRPCHandleOpenUrlRequest, LMRPCContinueUserActivityRequest,
+                 LMRPCPerformOnAppAttributionRequest>;
 
-using LMRPCMonetizationRequest = std::variant<
-    LMRPCValidateAndLogInAppPurchaseLegacyRequest, LMRPCValidateAndLogInAppPurchaseV2Request,
-    LMRPCLogAdRevenueRequest, LMRPCLogCrossPromoteImpressionRequest, LMRPCLogAndOpenStoreRequest,
-    LMRPCGenerateInviteUrlRequest, LMRPCLogInviteRequest>;
+using LMRPCMonetizationRequest =
+    std::variant<LMRPCValidateAndLogInAppPurchaseLegacyRequest, LMRPCValidateAndLogInAppPurchaseV2Request,
+                 LMRPCLogAdRevenueRequest, LMRPCLogCrossPromoteImpressionRequest, LMRPCLogAndOpenStoreRequest,
+                 LMRPCGenerateInviteUrlRequest, LMRPCLogInviteRequest>;
 
 using LMRPCNotificationRequest =
     std::variant<LMRPCHandlePushNotificationRequest, LMRPCRegisterUninstallRequest>;
@@ -53,29 +54,27 @@ using LMRPCListenerRequest =
     std::variant<LMRPCRegisterConversionListenerRequest, LMRPCRegisterDeeplinkListenerRequest>;
 
 using LMRPCParsedRequest = std::variant<
-    LMRPCInitRequest, LMRPCIsDebugRequest, LMRPCWaitForATTRequest, LMRPCStartRequest,
-    LMRPCLogEventRequest, LMRPCSetPluginInfoRequest, LMRPCSetCustomerUserIdRequest,
-    LMRPCSetAdditionalDataRequest, LMRPCSetCurrencyCodeRequest,
-    LMRPCSetDisableAdvertisingIdentifierRequest, LMRPCSetDisableSKAdNetworkRequest,
-    LMRPCSetShouldCollectDeviceNameRequest, LMRPCSetAppInviteHoplineIDRequest,
-    LMRPCSetAnonymizeUserRequest, LMRPCSetDisableCollectASARequest,
+    LMRPCInitRequest, LMRPCIsDebugRequest, LMRPCWaitForATTRequest, LMRPCStartRequest, LMRPCLogEventRequest,
+    LMRPCSetPluginInfoRequest, LMRPCSetCustomerUserIdRequest, LMRPCSetAdditionalDataRequest,
+    LMRPCSetCurrencyCodeRequest, LMRPCSetDisableAdvertisingIdentifierRequest,
+    LMRPCSetDisableSKAdNetworkRequest, LMRPCSetShouldCollectDeviceNameRequest,
+    LMRPCSetAppInviteHoplineIDRequest, LMRPCSetAnonymizeUserRequest, LMRPCSetDisableCollectASARequest,
     LMRPCSetDisableAppleAdsAttributionRequest, LMRPCSetUseReceiptValidationSandboxRequest,
-    LMRPCSetUseUninstallSandboxRequest, LMRPCSetPhoneNumberRequest,
-    LMRPCSetDisableIDFVCollectionRequest, LMRPCSetCurrentDeviceLanguageRequest,
-    LMRPCSetResolveDeepLinkURLsRequest, LMRPCSetHoplineCustomDomainsRequest, LMRPCSetHostRequest,
-    LMRPCSetMinTimeBetweenSessionsRequest, LMRPCSetDeepLinkTimeoutRequest, LMRPCSetInstallIdRequest,
-    LMRPCSetSharingFilterForPartnersRequest, LMRPCSetPartnerDataRequest, LMRPCSetStoppedRequest,
-    LMRPCSetConsentDataRequest, LMRPCEnableTCFDataCollectionRequest,
-    LMRPCAppendParametersToDeeplinkURLRequest, LMRPCAddPushNotificationDeepLinkPathRequest,
-    LMRPCEnableFacebookDeferredApplinksRequest, LMRPCSetFacebookDeferredAppLinkRequest,
-    LMRPCHandleOpenURLRequest, LMRPCHandleOpenUrlRequest, LMRPCContinueUserActivityRequest,
-    LMRPCHandlePushNotificationRequest, LMRPCRegisterUninstallRequest,
+    LMRPCSetUseUninstallSandboxRequest, LMRPCSetPhoneNumberRequest, LMRPCSetDisableIDFVCollectionRequest,
+    LMRPCSetCurrentDeviceLanguageRequest, LMRPCSetResolveDeepLinkURLsRequest,
+    LMRPCSetHoplineCustomDomainsRequest, LMRPCSetHostRequest, LMRPCSetMinTimeBetweenSessionsRequest,
+    LMRPCSetDeepLinkTimeoutRequest, LMRPCSetInstallIdRequest, LMRPCSetSharingFilterForPartnersRequest,
+    LMRPCSetPartnerDataRequest, LMRPCSetStoppedRequest, LMRPCSetConsentDataRequest,
+    LMRPCEnableTCFDataCollectionRequest, LMRPCAppendParametersToDeeplinkURLRequest,
+    LMRPCAddPushNotificationDeepLinkPathRequest, LMRPCEnableFacebookDeferredApplinksRequest,
+    LMRPCSetFacebookDeferredAppLinkRequest, LMRPCHandleOpenURLRequest, LMRPCHandleOpenUrlRequest,
+    LMRPCContinueUserActivityRequest, LMRPCHandlePushNotificationRequest, LMRPCRegisterUninstallRequest,
     LMRPCPerformOnAppAttributionRequest, LMRPCLogLocationRequest,
     LMRPCValidateAndLogInAppPurchaseLegacyRequest, LMRPCValidateAndLogInAppPurchaseV2Request,
     LMRPCLogAdRevenueRequest, LMRPCSetUserEmailsRequest, LMRPCLogCrossPromoteImpressionRequest,
     LMRPCLogAndOpenStoreRequest, LMRPCGenerateInviteUrlRequest, LMRPCLogInviteRequest,
-    LMRPCRegisterConversionListenerRequest, LMRPCRegisterDeeplinkListenerRequest,
-    LMRPCGetLumetraUIDRequest, LMRPCGetSDKVersionRequest>;
+    LMRPCRegisterConversionListenerRequest, LMRPCRegisterDeeplinkListenerRequest, LMRPCGetLumetraUIDRequest,
+    LMRPCGetSDKVersionRequest>;
 
 namespace detail {
 template <typename T, typename Variant>
@@ -90,8 +89,8 @@ struct CategoryOf {
  private:
   template <typename C, typename... Cs>
   struct Pick {
-    using type = typename std::conditional_t<detail::InVariant<Record, C>::value,
-                                             std::type_identity<C>, Pick<Cs...>>::type;
+    using type = typename std::conditional_t<detail::InVariant<Record, C>::value, std::type_identity<C>,
+                                             Pick<Cs...>>::type;
   };
   template <typename C>
   struct Pick<C> {
@@ -102,9 +101,8 @@ struct CategoryOf {
 
  public:
   using type = typename Pick<LMRPCCoreRequest, LMRPCSimpleConfigRequest, LMRPCComplexConfigRequest,
-                            LMRPCPrivacyRequest, LMRPCDeepLinkRequest, LMRPCMonetizationRequest,
-                            LMRPCNotificationRequest, LMRPCDataRequest,
-                            LMRPCListenerRequest>::type;
+                             LMRPCPrivacyRequest, LMRPCDeepLinkRequest, LMRPCMonetizationRequest,
+                             LMRPCNotificationRequest, LMRPCDataRequest, LMRPCListenerRequest>::type;
   static_assert(kMemberships<LMRPCCoreRequest, LMRPCSimpleConfigRequest, LMRPCComplexConfigRequest,
                              LMRPCPrivacyRequest, LMRPCDeepLinkRequest, LMRPCMonetizationRequest,
                              LMRPCNotificationRequest, LMRPCDataRequest, LMRPCListenerRequest> == 1,

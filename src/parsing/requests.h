@@ -17,8 +17,13 @@ using StringDictionary = std::map<std::string, std::string, std::less<>>;
 using Bytes = std::vector<std::uint8_t>;
 
 // Core
-struct LMRPCInitRequest { std::string devKey; std::string appId; };
-struct LMRPCStartRequest { bool awaitResponse = true; };
+struct LMRPCInitRequest {
+  std::string devKey;
+  std::string appId;
+};
+struct LMRPCStartRequest {
+  bool awaitResponse = true;
+};
 struct LMRPCLogEventRequest {
   std::string eventName;
   std::optional<JSONObject> eventValues;
@@ -31,69 +36,152 @@ struct LMRPCSetPluginInfoRequest {
 };
 
 // Simple configuration
-struct LMRPCIsDebugRequest { bool isDebug = false; };
-struct LMRPCSetCustomerUserIdRequest { std::string customerUserId; };
-struct LMRPCSetAdditionalDataRequest { JSONObject additionalData; };
-struct LMRPCSetCurrencyCodeRequest { std::string currencyCode; };
-struct LMRPCSetDisableAdvertisingIdentifierRequest { bool disable = false; };
-struct LMRPCSetDisableSKAdNetworkRequest { bool disable = false; };
-struct LMRPCSetShouldCollectDeviceNameRequest { bool collect = false; };
-struct LMRPCSetAppInviteHoplineIDRequest { std::string hoplineID; };
-struct LMRPCSetAnonymizeUserRequest { bool anonymize = false; };
-struct LMRPCSetDisableCollectASARequest { bool disable = false; };
-struct LMRPCSetDisableAppleAdsAttributionRequest { bool disable = false; };
-struct LMRPCSetUseReceiptValidationSandboxRequest { bool sandbox = false; };
-struct LMRPCSetUseUninstallSandboxRequest { bool sandbox = false; };
-struct LMRPCSetPhoneNumberRequest { std::string phoneNumber; };
-struct LMRPCSetDisableIDFVCollectionRequest { bool disable = false; };
-struct LMRPCSetCurrentDeviceLanguageRequest { std::string language; };
-struct LMRPCSetStoppedRequest { bool stopped = false; };
+struct LMRPCIsDebugRequest {
+  bool isDebug = false;
+};
+struct LMRPCSetCustomerUserIdRequest {
+  std::string customerUserId;
+};
+struct LMRPCSetAdditionalDataRequest {
+  JSONObject additionalData;
+};
+struct LMRPCSetCurrencyCodeRequest {
+  std::string currencyCode;
+};
+struct LMRPCSetDisableAdvertisingIdentifierRequest {
+  bool disable = false;
+};
+struct LMRPCSetDisableSKAdNetworkRequest {
+  bool disable = false;
+};
+struct LMRPCSetShouldCollectDeviceNameRequest {
+  bool collect = false;
+};
+struct LMRPCSetAppInviteHoplineIDRequest {
+  std::string hoplineID;
+};
+struct LMRPCSetAnonymizeUserRequest {
+  bool anonymize = false;
+};
+struct LMRPCSetDisableCollectASARequest {
+  bool disable = false;
+};
+struct LMRPCSetDisableAppleAdsAttributionRequest {
+  bool disable = false;
+};
+struct LMRPCSetUseReceiptValidationSandboxRequest {
+  bool sandbox = false;
+};
+struct LMRPCSetUseUninstallSandboxRequest {
+  bool sandbox = false;
+};
+struct LMRPCSetPhoneNumberRequest {
+  std::string phoneNumber;
+};
+struct LMRPCSetDisableIDFVCollectionRequest {
+  bool disable = false;
+};
+struct LMRPCSetCurrentDeviceLanguageRequest {
+  std::string language;
+};
+struct LMRPCSetStoppedRequest {
+  bool stopped = false;
+};
 
 // Complex configuration
-struct LMRPCSetResolveDeepLinkURLsRequest { StringList urls; };
-struct LMRPCSetHoplineCustomDomainsRequest { StringList domains; };
-struct LMRPCSetHostRequest { std::string host; std::string hostPrefix; };
-struct LMRPCSetMinTimeBetweenSessionsRequest { std::int64_t seconds = 0; };
-struct LMRPCSetDeepLinkTimeoutRequest { std::int64_t timeout = 0; };
-struct LMRPCSetInstallIdRequest { std::string installId; };
-struct LMRPCSetSharingFilterForPartnersRequest { std::optional<StringList> partners; };
-struct LMRPCSetPartnerDataRequest { std::string partnerId; JSONObject partnerInfo; };
+struct LMRPCSetResolveDeepLinkURLsRequest {
+  StringList urls;
+};
+struct LMRPCSetHoplineCustomDomainsRequest {
+  StringList domains;
+};
+struct LMRPCSetHostRequest {
+  std::string host;
+  std::string hostPrefix;
+};
+struct LMRPCSetMinTimeBetweenSessionsRequest {
+  std::int64_t seconds = 0;
+};
+struct LMRPCSetDeepLinkTimeoutRequest {
+  std::int64_t timeout = 0;
+};
+struct LMRPCSetInstallIdRequest {
+  std::string installId;
+};
+struct LMRPCSetSharingFilterForPartnersRequest {
+  std::optional<StringList> partners;
+};
+struct LMRPCSetPartnerDataRequest {
+  std::string partnerId;
+  JSONObject partnerInfo;
+};
 
 // Privacy
-struct LMRPCWaitForATTRequest { double timeout = 60.0; };
+struct LMRPCWaitForATTRequest {
+  double timeout = 60.0;
+};
 struct LMRPCSetConsentDataRequest {
   bool isUserSubjectToGDPR = false;
   std::optional<bool> hasConsentForDataUsage;
   std::optional<bool> hasConsentForAdsPersonalization;
   std::optional<bool> hasConsentForAdStorage;
 };
-struct LMRPCEnableTCFDataCollectionRequest { bool enable = false; };
+struct LMRPCEnableTCFDataCollectionRequest {
+  bool enable = false;
+};
 
 // Deep links
 struct LMRPCAppendParametersToDeeplinkURLRequest {
   std::string containsString;
   StringDictionary parameters;  // wire name "params"
 };
-struct LMRPCAddPushNotificationDeepLinkPathRequest { StringList path; };
-struct LMRPCEnableFacebookDeferredApplinksRequest { bool enable = false; };
-struct LMRPCSetFacebookDeferredAppLinkRequest { std::optional<std::string> url; };
+struct LMRPCAddPushNotificationDeepLinkPathRequest {
+  StringList path;
+};
+struct LMRPCEnableFacebookDeferredApplinksRequest {
+  bool enable = false;
+};
+struct LMRPCSetFacebookDeferredAppLinkRequest {
+  std::optional<std::string> url;
+};
 // The shape both open-URL methods parse into before each copies it into its own record.
-struct URLOpenRequestImpl { URLValue url; std::optional<JSONObject> options; };
-struct LMRPCHandleOpenURLRequest { URLValue url; std::optional<JSONObject> options; };
-struct LMRPCHandleOpenUrlRequest { URLValue url; std::optional<JSONObject> options; };
-struct LMRPCContinueUserActivityRequest { URLValue url; std::string activityType; };
-struct LMRPCPerformOnAppAttributionRequest { URLValue url; };
+struct URLOpenRequestImpl {
+  URLValue url;
+  std::optional<JSONObject> options;
+};
+struct LMRPCHandleOpenURLRequest {
+  URLValue url;
+  std::optional<JSONObject> options;
+};
+struct LMRPCHandleOpenUrlRequest {
+  URLValue url;
+  std::optional<JSONObject> options;
+};
+struct LMRPCContinueUserActivityRequest {
+  URLValue url;
+  std::string activityType;
+};
+struct LMRPCPerformOnAppAttributionRequest {
+  URLValue url;
+};
 
 // Notifications
-struct LMRPCHandlePushNotificationRequest { JSONObject pushPayload; };
-struct LMRPCRegisterUninstallRequest { Bytes deviceTokenData; };  // wire name "deviceToken"
+struct LMRPCHandlePushNotificationRequest {
+  JSONObject pushPayload;
+};
+struct LMRPCRegisterUninstallRequest {
+  Bytes deviceTokenData;
+};  // wire name "deviceToken"
 
 // Data
 struct LMRPCSetUserEmailsRequest {
   StringList emails;
   std::int64_t cryptType = 0;  // the SDK's EmailCryptType: 0 none, 3 sha256
 };
-struct LMRPCLogLocationRequest { double longitude = 0; double latitude = 0; };
+struct LMRPCLogLocationRequest {
+  double longitude = 0;
+  double latitude = 0;
+};
 struct LMRPCGetLumetraUIDRequest {};
 struct LMRPCGetSDKVersionRequest {};
 

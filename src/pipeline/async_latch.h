@@ -58,7 +58,8 @@ class AsyncLatch {
   };
 
   static void resume(Waiter waiter) {
-    boost::asio::post(waiter.executor, [handler = std::move(waiter.handler)]() mutable { std::move(handler)(); });
+    boost::asio::post(waiter.executor,
+                      [handler = std::move(waiter.handler)]() mutable { std::move(handler)(); });
   }
 
   std::mutex mutex_;

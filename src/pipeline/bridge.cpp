@@ -71,21 +71,32 @@ std::shared_ptr<LumetraRPCBridge> LumetraRPCBridge::create(std::shared_ptr<LMRPC
 void LumetraRPCBridge::executeJson(std::string jsonRequest, TextHandler completion) noexcept {
   if (!rpcClient_) {
     auto text = encodeErrorResponse(LMRPCError{500, "RPC client not initialized", {}}, std::nullopt);
-    shielded([&] { if (completion) completion(std::move(text)); });
+    shielded([&] {
+      if (completion) completion(std::move(text));
+    });
     return;
   }
   try {
     auto strand = boost::asio::make_strand(Runtime::shared().pool());
     auto deliver = [completion](std::exception_ptr failure, std::string text) mutable {
-      if (failure) text = encodeErrorResponse(LMRPCError{500, "An unexpected internal error occurred", {}}, std::nullopt);
-      boost::asio::post(Runtime::shared().main(), [completion = std::move(completion), text = std::move(text)]() mutable {
-        shielded([&] { if (completion) completion(std::move(text)); });
-      });
+      if (failure)
+        text =
+            encodeErrorResponse(LMRPCError{500, "An unexpected internal error occurred", {}}, std::nullopt);
+      boost::asio::post(Runtime::shared().main(),
+                        [completion = std::move(completion), text = std::move(text)]() mutable {
+                          shielded([&] {
+                            if (completion) completion(std::move(text));
+                          });
+                        });
     };
-    boost::asio::co_spawn(strand, LMRPCClient::respond(rpcClient_, std::move(jsonRequest)), std::move(deliver));
+    boost::asio::co_spawn(strand, LMRPCClient::respond(rpcClient_, std::move(jsonRequest)),
+                          std::move(deliver));
   } catch (...) {
-    auto text = encodeErrorResponse(LMRPCError{500, "An unexpected internal error occurred", {}}, std::nullopt);
-    shielded([&] { if (completion) completion(std::move(text)); });
+    auto text =
+        encodeErrorResponse(LMRPCError{500, "An unexpected internal error occurred", {}}, std::nullopt);
+    shielded([&] {
+      if (completion) completion(std::move(text));
+    });
   }
 }
 

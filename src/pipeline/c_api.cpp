@@ -44,9 +44,8 @@ void lmrpc_set_event_handler(lmrpc_text_callback handler, void* context) {
       LumetraRPCBridge::shared()->removeEventHandler();
       return;
     }
-    LumetraRPCBridge::shared()->setEventHandler([handler, context](std::string event) {
-      handOver(handler, context, event);
-    });
+    LumetraRPCBridge::shared()->setEventHandler(
+        [handler, context](std::string event) { handOver(handler, context, event); });
   } catch (...) {
   }
 }
@@ -58,9 +57,13 @@ void lmrpc_remove_event_handler(void) {
   }
 }
 
-void lmrpc_text_free(char* text) { std::free(text); }
+void lmrpc_text_free(char* text) {
+  std::free(text);
+}
 
-int lmrpc_use_host_driven_main(void) { return Runtime::useHostDrivenMain() ? 1 : 0; }
+int lmrpc_use_host_driven_main(void) {
+  return Runtime::useHostDrivenMain() ? 1 : 0;
+}
 
 size_t lmrpc_main_run_until_idle(void) {
   try {

@@ -19,15 +19,18 @@ constexpr std::size_t kMaxRequestBytes = 1'048'576;
 
 ClientResult<LMRPCRequest> decodeRequest(std::string_view text) {
   // Counted before anything looks at the text, so an oversized request costs nothing.
-  if (text.size() >= kMaxRequestBytes) return fail(LMRPCClientError::invalidJSON("Request payload too large"));
+  if (text.size() >= kMaxRequestBytes)
+    return fail(LMRPCClientError::invalidJSON("Request payload too large"));
   auto request = readRequest(text);
   if (!request)
-    return fail(LMRPCClientError::invalidJSON("Invalid JSON-RPC request structure: " +
-                                              request.error().description));
+    return fail(
+        LMRPCClientError::invalidJSON("Invalid JSON-RPC request structure: " + request.error().description));
   return std::move(request).value();
 }
 
-LMRPCError unexpectedFailure() { return LMRPCError{500, "An unexpected internal error occurred", {}}; }
+LMRPCError unexpectedFailure() {
+  return LMRPCError{500, "An unexpected internal error occurred", {}};
+}
 
 // A request either is answered before anything asynchronous happens, or its routing has
 // been started.
@@ -55,7 +58,8 @@ std::shared_ptr<LMRPCClient> LMRPCClient::create(EventEmitter eventEmitter) {
 
 std::shared_ptr<LMRPCClient> LMRPCClient::create(EventEmitter eventEmitter, TimeoutConfig timeouts,
                                                  std::shared_ptr<LMRPCSDKCapabilities> sdk) {
-  auto client = std::make_shared<LMRPCClient>(PrivateTag{}, std::move(eventEmitter), timeouts, std::move(sdk));
+  auto client =
+      std::make_shared<LMRPCClient>(PrivateTag{}, std::move(eventEmitter), timeouts, std::move(sdk));
   // Weak, because the handler is owned by the client it forwards to.
   client->handler_->setEventEmitter([weak = std::weak_ptr<LMRPCClient>(client)](const LMRPCEvent& event) {
     if (auto self = weak.lock()) self->forwardEvent(event);
@@ -65,11 +69,13 @@ std::shared_ptr<LMRPCClient> LMRPCClient::create(EventEmitter eventEmitter, Time
 
 LMRPCClient::LMRPCClient(PrivateTag, EventEmitter eventEmitter, TimeoutConfig timeouts,
                          std::shared_ptr<LMRPCSDKCapabilities> sdk)
-    : handler_(LMRPCRequestHandler::create(timeouts, std::move(sdk))), eventEmitter_(std::move(eventEmitter)) {}
+    : handler_(LMRPCRequestHandler::create(timeouts, std::move(sdk))),
+      eventEmitter_(std::move(eventEmitter)) {}
 
 LMRPCClient::~LMRPCClient() = default;
 
-boost::asio::awaitable<std::string> LMRPCClient::respond(std::shared_ptr<LMRPCClient> self, std::string text) {
+boost::asio::awaitable<std::string> LMRPCClient::respond(std::shared_ptr<LMRPCClient> self,
+                                                         std::string text) {
   std::optional<AnyCodable> rememberedId;
   try {
     auto started = start(*self->handler_, text, rememberedId);

@@ -5,17 +5,17 @@
 namespace lumetra_rpc {
 namespace {
 
-
 // The flag first, then the delegate: a callback the SDK fires as soon as it has its
 // delegate must already find the listener registered.
 template <typename SetDelegate>
 SDKOutcome registerListener(const std::weak_ptr<LMRPCRequestHandler>& handlerInstance,
-                            LMRPCHandlerStateActor& stateActor, ListenerGate gate,
-                            SetDelegate setDelegate, const char* kind, const char* registered) {
+                            LMRPCHandlerStateActor& stateActor, ListenerGate gate, SetDelegate setDelegate,
+                            const char* kind, const char* registered) {
   auto handler = handlerInstance.lock();
   if (!handler) {
-    return SDKFailure::ofType(std::string("Handler instance deallocated, cannot register ") + kind + " listener",
-                              error_type::kInternal);
+    return SDKFailure::ofType(
+        std::string("Handler instance deallocated, cannot register ") + kind + " listener",
+        error_type::kInternal);
   }
   stateActor.registerListener(gate);
   setDelegate(handler);
@@ -34,7 +34,9 @@ boost::asio::awaitable<SDKOutcome> LMRPCListenerHandler::registerConversionListe
 boost::asio::awaitable<SDKOutcome> LMRPCListenerHandler::registerDeeplinkListener() const {
   co_return registerListener(
       handlerInstance_, *stateActor_, ListenerGate::deepLink,
-      [this](const auto& handler) { sdk_->setDeepLinkDelegate(std::weak_ptr<LumetraDeepLinkDelegate>(handler)); },
+      [this](const auto& handler) {
+        sdk_->setDeepLinkDelegate(std::weak_ptr<LumetraDeepLinkDelegate>(handler));
+      },
       "deeplink", "Deeplink listener registered");
 }
 

@@ -22,7 +22,9 @@ class LMRPCListenerHandler {
   LMRPCListenerHandler(std::shared_ptr<LMRPCListenerSDK> sdk,
                        std::shared_ptr<LMRPCHandlerStateActor> stateActor,
                        std::weak_ptr<LMRPCRequestHandler> handlerInstance)
-      : sdk_(std::move(sdk)), stateActor_(std::move(stateActor)), handlerInstance_(std::move(handlerInstance)) {}
+      : sdk_(std::move(sdk)),
+        stateActor_(std::move(stateActor)),
+        handlerInstance_(std::move(handlerInstance)) {}
 
   boost::asio::awaitable<SDKOutcome> registerConversionListener() const;
   boost::asio::awaitable<SDKOutcome> registerDeeplinkListener() const;

@@ -30,12 +30,12 @@ Route<Category> routeTo(Handler handler) {
 }  // namespace
 
 std::shared_ptr<const LMRPCHandlerRouter> LMRPCHandlerRouter::placeholder() {
-  return std::make_shared<const LMRPCHandlerRouter>(Routes{
-      notReadyRoute<LMRPCCoreRequest>(), notReadyRoute<LMRPCSimpleConfigRequest>(),
-      notReadyRoute<LMRPCComplexConfigRequest>(), notReadyRoute<LMRPCPrivacyRequest>(),
-      notReadyRoute<LMRPCDeepLinkRequest>(), notReadyRoute<LMRPCMonetizationRequest>(),
-      notReadyRoute<LMRPCNotificationRequest>(), notReadyRoute<LMRPCDataRequest>(),
-      notReadyRoute<LMRPCListenerRequest>()});
+  return std::make_shared<const LMRPCHandlerRouter>(
+      Routes{notReadyRoute<LMRPCCoreRequest>(), notReadyRoute<LMRPCSimpleConfigRequest>(),
+             notReadyRoute<LMRPCComplexConfigRequest>(), notReadyRoute<LMRPCPrivacyRequest>(),
+             notReadyRoute<LMRPCDeepLinkRequest>(), notReadyRoute<LMRPCMonetizationRequest>(),
+             notReadyRoute<LMRPCNotificationRequest>(), notReadyRoute<LMRPCDataRequest>(),
+             notReadyRoute<LMRPCListenerRequest>()});
 }
 
 std::shared_ptr<const LMRPCHandlerRouter> LMRPCHandlerRouter::make(
@@ -50,9 +50,7 @@ std::shared_ptr<const LMRPCHandlerRouter> LMRPCHandlerRouter::make(
       routeTo<LMRPCMonetizationRequest>(LMRPCMonetizationHandler(sdk, timeouts)),
       routeTo<LMRPCNotificationRequest>(LMRPCNotificationHandler(sdk)),
       routeTo<LMRPCDataRequest>(LMRPCDataHandler(sdk)),
-      [listener = std::move(listener)](LMRPCListenerRequest request) {
-        return listener->handle(request);
-      }});
+      [listener = std::move(listener)](LMRPCListenerRequest request) { return listener->handle(request); }});
 }
 
 boost::asio::awaitable<SDKOutcome> LMRPCHandlerRouter::route(LMRPCParsedRequest request) const {

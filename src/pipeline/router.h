@@ -24,11 +24,10 @@ using Route = std::function<boost::asio::awaitable<SDKOutcome>(Category)>;
 
 class LMRPCHandlerRouter {
  public:
-  using Routes = std::tuple<Route<LMRPCCoreRequest>, Route<LMRPCSimpleConfigRequest>,
-                            Route<LMRPCComplexConfigRequest>, Route<LMRPCPrivacyRequest>,
-                            Route<LMRPCDeepLinkRequest>, Route<LMRPCMonetizationRequest>,
-                            Route<LMRPCNotificationRequest>, Route<LMRPCDataRequest>,
-                            Route<LMRPCListenerRequest>>;
+  using Routes =
+      std::tuple<Route<LMRPCCoreRequest>, Route<LMRPCSimpleConfigRequest>, Route<LMRPCComplexConfigRequest>,
+                 Route<LMRPCPrivacyRequest>, Route<LMRPCDeepLinkRequest>, Route<LMRPCMonetizationRequest>,
+                 Route<LMRPCNotificationRequest>, Route<LMRPCDataRequest>, Route<LMRPCListenerRequest>>;
 
   explicit LMRPCHandlerRouter(Routes routes) : routes_(std::move(routes)) {}
 

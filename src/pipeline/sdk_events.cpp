@@ -19,8 +19,9 @@ JSONObject errorData(const SDKError& error) {
 JSONObject deepLinkData(const LumetraDeepLinkResult& result) {
   // Statuses beyond the signed range are kept as numbers rather than wrapped negative.
   constexpr auto kSignedMax = static_cast<std::uint64_t>(INT64_MAX);
-  JSONObject data{{"status", result.status <= kSignedMax ? AnyCodable(static_cast<std::int64_t>(result.status))
-                                                         : AnyCodable(static_cast<double>(result.status))}};
+  JSONObject data{{"status", result.status <= kSignedMax
+                                 ? AnyCodable(static_cast<std::int64_t>(result.status))
+                                 : AnyCodable(static_cast<double>(result.status))}};
   if (result.deepLink) {
     if (result.deepLink->deeplinkValue) data.emplace("deepLinkValue", *result.deepLink->deeplinkValue);
     data.emplace("clickEvent", jsonSafeObject(result.deepLink->clickEvent));
@@ -37,7 +38,8 @@ void LMRPCRequestHandler::post(ListenerGate gate, const char* eventName, JSONObj
                     [actor = stateActor_, gate, eventName, data = std::move(data)]() mutable noexcept {
                       try {
                         auto emitter = actor->emitterFor(gate);
-                        if (emitter && *emitter) (*emitter)(LMRPCEvent(eventName, AnyCodable(std::move(data))));
+                        if (emitter && *emitter)
+                          (*emitter)(LMRPCEvent(eventName, AnyCodable(std::move(data))));
                       } catch (...) {
                         // An event that cannot be delivered is dropped, never rethrown into the pool.
                       }

@@ -21,14 +21,14 @@ bool appendMember(std::string& out, const std::optional<AnyCodable>& value, Writ
 ClientResult<std::string> finish(std::string text, std::string_view label) {
   // Strings from the SDK side are not checked on the way in; what goes out must be text.
   if (!simdjson::validate_utf8(text.data(), text.size()))
-    return fail(LMRPCClientError::internalError("Failed to convert " + std::string(label) +
-                                                " data to string"));
+    return fail(
+        LMRPCClientError::internalError("Failed to convert " + std::string(label) + " data to string"));
   return text;
 }
 
 Unexpected<LMRPCClientError> encodeFailure(std::string_view label, const WriteFailure& failure) {
-  return fail(LMRPCClientError::internalError("Failed to encode " + std::string(label) + ": " +
-                                              failure.description));
+  return fail(
+      LMRPCClientError::internalError("Failed to encode " + std::string(label) + ": " + failure.description));
 }
 
 }  // namespace

@@ -120,8 +120,7 @@ class LMRPCMonetizationSDK {
                                            SDKCompletion completion) = 0;
   virtual void logAdRevenue(const LMAdRevenueData& revenue,
                             const std::optional<JSONObject>& additionalParameters) = 0;
-  virtual void logCrossPromoteImpression(const std::string& appID,
-                                         const std::optional<std::string>& campaign,
+  virtual void logCrossPromoteImpression(const std::string& appID, const std::optional<std::string>& campaign,
                                          const std::optional<JSONObject>& parameters) = 0;
   // The open-store callback receives the SDK's URL session (opaque here) and the click URL.
   virtual void logAndOpenStore(const std::string& appID, const std::optional<std::string>& campaign,
@@ -132,8 +131,9 @@ class LMRPCMonetizationSDK {
   virtual void logInvite(const std::optional<std::string>& channel,
                          const std::optional<JSONObject>& parameters) = 0;
   // The SDK's initialiser for purchase details, which may yield no object.
-  virtual std::shared_ptr<const LMSDKPurchaseDetails> makePurchaseDetails(
-      const std::string& productId, const std::string& transactionId, std::int64_t purchaseType) = 0;
+  virtual std::shared_ptr<const LMSDKPurchaseDetails> makePurchaseDetails(const std::string& productId,
+                                                                          const std::string& transactionId,
+                                                                          std::int64_t purchaseType) = 0;
 };
 
 class LMRPCNotificationSDK {

@@ -54,10 +54,18 @@ simulator::CompletionBlock readingStringKeys(SDKCompletion completion) {
 
 LumetraSDKAdapter::LumetraSDKAdapter() : sdk_(simulator::LumetraLib::shared()) {}
 
-std::string LumetraSDKAdapter::lumetraDevKey() const { return sdk_->lumetraDevKey(); }
-void LumetraSDKAdapter::setLumetraDevKey(const std::string& key) { sdk_->setLumetraDevKey(key); }
-std::string LumetraSDKAdapter::appleAppID() const { return sdk_->appleAppID(); }
-void LumetraSDKAdapter::setAppleAppID(const std::string& appID) { sdk_->setAppleAppID(appID); }
+std::string LumetraSDKAdapter::lumetraDevKey() const {
+  return sdk_->lumetraDevKey();
+}
+void LumetraSDKAdapter::setLumetraDevKey(const std::string& key) {
+  sdk_->setLumetraDevKey(key);
+}
+std::string LumetraSDKAdapter::appleAppID() const {
+  return sdk_->appleAppID();
+}
+void LumetraSDKAdapter::setAppleAppID(const std::string& appID) {
+  sdk_->setAppleAppID(appID);
+}
 
 void LumetraSDKAdapter::start(SDKCompletion completion) {
   sdk_->startWithCompletionHandler(readingStringKeys(std::move(completion)));
@@ -77,36 +85,66 @@ void LumetraSDKAdapter::setPluginInfo(std::int64_t plugin, const std::string& pl
   sdk_->setPluginInfoWith(plugin, pluginVersion, toSDKDictionary(additionalParams));
 }
 
-bool LumetraSDKAdapter::isDebug() const { return sdk_->isDebug(); }
-void LumetraSDKAdapter::setIsDebug(bool value) { sdk_->setIsDebug(value); }
-std::string LumetraSDKAdapter::customerUserID() const { return sdk_->customerUserID(); }
-void LumetraSDKAdapter::setCustomerUserID(const std::string& value) { sdk_->setCustomerUserID(value); }
-JSONObject LumetraSDKAdapter::additionalData() const { return toJSONObject(sdk_->additionalData()); }
+bool LumetraSDKAdapter::isDebug() const {
+  return sdk_->isDebug();
+}
+void LumetraSDKAdapter::setIsDebug(bool value) {
+  sdk_->setIsDebug(value);
+}
+std::string LumetraSDKAdapter::customerUserID() const {
+  return sdk_->customerUserID();
+}
+void LumetraSDKAdapter::setCustomerUserID(const std::string& value) {
+  sdk_->setCustomerUserID(value);
+}
+JSONObject LumetraSDKAdapter::additionalData() const {
+  return toJSONObject(sdk_->additionalData());
+}
 void LumetraSDKAdapter::setAdditionalData(const JSONObject& value) {
   sdk_->setAdditionalData(toSDKDictionary(value));
 }
-std::string LumetraSDKAdapter::currencyCode() const { return sdk_->currencyCode(); }
-void LumetraSDKAdapter::setCurrencyCode(const std::string& value) { sdk_->setCurrencyCode(value); }
+std::string LumetraSDKAdapter::currencyCode() const {
+  return sdk_->currencyCode();
+}
+void LumetraSDKAdapter::setCurrencyCode(const std::string& value) {
+  sdk_->setCurrencyCode(value);
+}
 bool LumetraSDKAdapter::disableAdvertisingIdentifier() const {
   return sdk_->disableAdvertisingIdentifier();
 }
 void LumetraSDKAdapter::setDisableAdvertisingIdentifier(bool value) {
   sdk_->setDisableAdvertisingIdentifier(value);
 }
-bool LumetraSDKAdapter::disableSKAdNetwork() const { return sdk_->disableSKAdNetwork(); }
-void LumetraSDKAdapter::setDisableSKAdNetwork(bool value) { sdk_->setDisableSKAdNetwork(value); }
-bool LumetraSDKAdapter::shouldCollectDeviceName() const { return sdk_->shouldCollectDeviceName(); }
+bool LumetraSDKAdapter::disableSKAdNetwork() const {
+  return sdk_->disableSKAdNetwork();
+}
+void LumetraSDKAdapter::setDisableSKAdNetwork(bool value) {
+  sdk_->setDisableSKAdNetwork(value);
+}
+bool LumetraSDKAdapter::shouldCollectDeviceName() const {
+  return sdk_->shouldCollectDeviceName();
+}
 void LumetraSDKAdapter::setShouldCollectDeviceName(bool value) {
   sdk_->setShouldCollectDeviceName(value);
 }
-std::string LumetraSDKAdapter::appInviteHoplineID() const { return sdk_->appInviteHopline(); }
+std::string LumetraSDKAdapter::appInviteHoplineID() const {
+  return sdk_->appInviteHopline();
+}
 void LumetraSDKAdapter::setAppInviteHoplineID(const std::string& value) {
   sdk_->setAppInviteHopline(value);
 }
-bool LumetraSDKAdapter::anonymizeUser() const { return sdk_->anonymizeUser(); }
-void LumetraSDKAdapter::setAnonymizeUser(bool value) { sdk_->setAnonymizeUser(value); }
-bool LumetraSDKAdapter::disableCollectASA() const { return sdk_->disableCollectASA(); }
-void LumetraSDKAdapter::setDisableCollectASA(bool value) { sdk_->setDisableCollectASA(value); }
+bool LumetraSDKAdapter::anonymizeUser() const {
+  return sdk_->anonymizeUser();
+}
+void LumetraSDKAdapter::setAnonymizeUser(bool value) {
+  sdk_->setAnonymizeUser(value);
+}
+bool LumetraSDKAdapter::disableCollectASA() const {
+  return sdk_->disableCollectASA();
+}
+void LumetraSDKAdapter::setDisableCollectASA(bool value) {
+  sdk_->setDisableCollectASA(value);
+}
 bool LumetraSDKAdapter::disableAppleAdsAttribution() const {
   return sdk_->disableAppleAdsAttribution();
 }
@@ -119,25 +157,43 @@ bool LumetraSDKAdapter::useReceiptValidationSandbox() const {
 void LumetraSDKAdapter::setUseReceiptValidationSandbox(bool value) {
   sdk_->setUseReceiptValidationSandbox(value);
 }
-bool LumetraSDKAdapter::useUninstallSandbox() const { return sdk_->useUninstallSandbox(); }
-void LumetraSDKAdapter::setUseUninstallSandbox(bool value) { sdk_->setUseUninstallSandbox(value); }
-void LumetraSDKAdapter::setPhoneNumber(const std::string& value) { sdk_->setPhoneNumber(value); }
-bool LumetraSDKAdapter::disableIDFVCollection() const { return sdk_->disableIDFVCollection(); }
-void LumetraSDKAdapter::setDisableIDFVCollection(bool value) { sdk_->setDisableIDFVCollection(value); }
+bool LumetraSDKAdapter::useUninstallSandbox() const {
+  return sdk_->useUninstallSandbox();
+}
+void LumetraSDKAdapter::setUseUninstallSandbox(bool value) {
+  sdk_->setUseUninstallSandbox(value);
+}
+void LumetraSDKAdapter::setPhoneNumber(const std::string& value) {
+  sdk_->setPhoneNumber(value);
+}
+bool LumetraSDKAdapter::disableIDFVCollection() const {
+  return sdk_->disableIDFVCollection();
+}
+void LumetraSDKAdapter::setDisableIDFVCollection(bool value) {
+  sdk_->setDisableIDFVCollection(value);
+}
 std::string LumetraSDKAdapter::currentDeviceLanguage() const {
   return sdk_->currentDeviceLanguage();
 }
 void LumetraSDKAdapter::setCurrentDeviceLanguage(const std::string& value) {
   sdk_->setCurrentDeviceLanguage(value);
 }
-bool LumetraSDKAdapter::isStopped() const { return sdk_->isStopped(); }
-void LumetraSDKAdapter::setIsStopped(bool value) { sdk_->setIsStopped(value); }
+bool LumetraSDKAdapter::isStopped() const {
+  return sdk_->isStopped();
+}
+void LumetraSDKAdapter::setIsStopped(bool value) {
+  sdk_->setIsStopped(value);
+}
 
-StringList LumetraSDKAdapter::resolveDeepLinkURLs() const { return sdk_->resolveDeepLinkURLs(); }
+StringList LumetraSDKAdapter::resolveDeepLinkURLs() const {
+  return sdk_->resolveDeepLinkURLs();
+}
 void LumetraSDKAdapter::setResolveDeepLinkURLs(const StringList& urls) {
   sdk_->setResolveDeepLinkURLs(urls);
 }
-StringList LumetraSDKAdapter::hoplineCustomDomains() const { return sdk_->hoplineCustomDomains(); }
+StringList LumetraSDKAdapter::hoplineCustomDomains() const {
+  return sdk_->hoplineCustomDomains();
+}
 void LumetraSDKAdapter::setHoplineCustomDomains(const StringList& domains) {
   sdk_->setHoplineCustomDomains(domains);
 }
@@ -147,12 +203,18 @@ std::uint64_t LumetraSDKAdapter::minTimeBetweenSessions() const {
 void LumetraSDKAdapter::setMinTimeBetweenSessions(std::uint64_t seconds) {
   sdk_->setMinTimeBetweenSessions(seconds);
 }
-std::uint64_t LumetraSDKAdapter::deepLinkTimeout() const { return sdk_->deepLinkTimeout(); }
-void LumetraSDKAdapter::setDeepLinkTimeout(std::uint64_t timeout) { sdk_->setDeepLinkTimeout(timeout); }
+std::uint64_t LumetraSDKAdapter::deepLinkTimeout() const {
+  return sdk_->deepLinkTimeout();
+}
+void LumetraSDKAdapter::setDeepLinkTimeout(std::uint64_t timeout) {
+  sdk_->setDeepLinkTimeout(timeout);
+}
 void LumetraSDKAdapter::setHost(const std::string& host, const std::string& hostPrefix) {
   sdk_->setHost(host, hostPrefix);
 }
-void LumetraSDKAdapter::setInstallId(const std::string& installId) { sdk_->setInstallId(installId); }
+void LumetraSDKAdapter::setInstallId(const std::string& installId) {
+  sdk_->setInstallId(installId);
+}
 void LumetraSDKAdapter::setSharingFilterForPartners(const std::optional<StringList>& partners) {
   sdk_->setSharingFilterForPartners(partners);
 }
@@ -163,8 +225,12 @@ void LumetraSDKAdapter::setPartnerData(const std::string& partnerId, const JSONO
 void LumetraSDKAdapter::waitForATTUserAuthorization(double timeoutInterval) {
   sdk_->waitForATTUserAuthorizationWithTimeoutInterval(timeoutInterval);
 }
-void LumetraSDKAdapter::setConsentData(const LumetraConsent& consent) { sdk_->setConsentData(consent); }
-void LumetraSDKAdapter::enableTCFDataCollection(bool enable) { sdk_->enableTCFDataCollection(enable); }
+void LumetraSDKAdapter::setConsentData(const LumetraConsent& consent) {
+  sdk_->setConsentData(consent);
+}
+void LumetraSDKAdapter::enableTCFDataCollection(bool enable) {
+  sdk_->enableTCFDataCollection(enable);
+}
 
 void LumetraSDKAdapter::appendParametersToDeepLinkingURL(const std::string& containsString,
                                                          const StringDictionary& parameters) {
@@ -227,8 +293,7 @@ void LumetraSDKAdapter::logAndOpenStore(
                                                std::move(openStore));
 }
 void LumetraSDKAdapter::generateInviteUrl(
-    LinkGeneratorCallback linkGenerator,
-    std::function<void(std::optional<URLValue> url)> completionHandler) {
+    LinkGeneratorCallback linkGenerator, std::function<void(std::optional<URLValue> url)> completionHandler) {
   LumetraShareInviteHelper::generateInviteUrlWithLinkGenerator(std::move(linkGenerator),
                                                                std::move(completionHandler));
 }
@@ -254,10 +319,16 @@ void LumetraSDKAdapter::setUserEmails(const StringList& emails, std::int64_t cry
 void LumetraSDKAdapter::logLocation(double longitude, double latitude) {
   sdk_->logLocation(longitude, latitude);
 }
-std::string LumetraSDKAdapter::getLumetraUID() { return sdk_->getLumetraUID(); }
-std::string LumetraSDKAdapter::getSDKVersion() { return sdk_->getSDKVersion(); }
+std::string LumetraSDKAdapter::getLumetraUID() {
+  return sdk_->getLumetraUID();
+}
+std::string LumetraSDKAdapter::getSDKVersion() {
+  return sdk_->getSDKVersion();
+}
 
-std::weak_ptr<LumetraLibDelegate> LumetraSDKAdapter::delegate() const { return sdk_->delegate(); }
+std::weak_ptr<LumetraLibDelegate> LumetraSDKAdapter::delegate() const {
+  return sdk_->delegate();
+}
 void LumetraSDKAdapter::setDelegate(std::weak_ptr<LumetraLibDelegate> delegate) {
   sdk_->setDelegate(std::move(delegate));
 }

@@ -109,8 +109,9 @@ class LumetraSDKAdapter final : public LMRPCSDKCapabilities {
                          std::function<void(std::optional<URLValue> url)> completionHandler) override;
   void logInvite(const std::optional<std::string>& channel,
                  const std::optional<JSONObject>& parameters) override;
-  std::shared_ptr<const LMSDKPurchaseDetails> makePurchaseDetails(
-      const std::string& productId, const std::string& transactionId, std::int64_t purchaseType) override;
+  std::shared_ptr<const LMSDKPurchaseDetails> makePurchaseDetails(const std::string& productId,
+                                                                  const std::string& transactionId,
+                                                                  std::int64_t purchaseType) override;
 
   void handlePushNotification(const JSONObject& pushPayload) override;
   void registerUninstall(const Bytes& deviceToken) override;

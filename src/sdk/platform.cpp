@@ -28,7 +28,9 @@ OSVersion runningOSVersion() {
   return s.osVersion;
 }
 
-bool isOSVersionAtLeast(OSVersion required) { return runningOSVersion() >= required; }
+bool isOSVersionAtLeast(OSVersion required) {
+  return runningOSVersion() >= required;
+}
 
 std::optional<ClassHandle> lookupClass(std::string_view name) {
   auto& s = state();

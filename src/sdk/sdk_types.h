@@ -21,8 +21,7 @@ struct SDKError {
 };
 
 // Called at most once by a well-behaved SDK, possibly never, possibly on any thread.
-using SDKCompletion =
-    std::function<void(std::optional<AnyKeyMap> dictionary, std::optional<SDKError> error)>;
+using SDKCompletion = std::function<void(std::optional<AnyKeyMap> dictionary, std::optional<SDKError> error)>;
 
 struct LumetraConsent {
   std::optional<bool> isUserSubjectToGDPR;

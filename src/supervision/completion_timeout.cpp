@@ -30,12 +30,10 @@ void startRace(Handler handler, asio::steady_timer& timer, SDKOperation operatio
   auto slot = asio::get_associated_cancellation_slot(handler);
   box->setContinuation(std::move(handler));
   // A cancelled caller gets the SDK racer's "no answer" at once instead of waiting.
-  if (slot.is_connected())
-    slot.assign([box](asio::cancellation_type) { box->resume(SDKAnswer{}); });
+  if (slot.is_connected()) slot.assign([box](asio::cancellation_type) { box->resume(SDKAnswer{}); });
   // Expiry and cancellation end the timer alike; after a lost race the box ignores it.
   timer.async_wait([box](boost::system::error_code) { box->resume(TimedOut{}); });
-  SDKCompletion completion = [box](std::optional<AnyKeyMap> dictionary,
-                                   std::optional<SDKError> error) {
+  SDKCompletion completion = [box](std::optional<AnyKeyMap> dictionary, std::optional<SDKError> error) {
     box->resume(SDKAnswer{std::move(dictionary), std::move(error)});
   };
   // Always on the main executor and asynchronously, never on the caller's thread.
@@ -63,22 +61,20 @@ std::chrono::nanoseconds timerDelay(double timeoutSeconds) {
 
 SDKOutcome outcomeOfAnswer(const std::string& operationName, SDKAnswer answer) {
   if (answer.error) {
-    return SDKFailure{operationName + " completed with error",
-                      answer.error->localizedDescription, std::string(error_type::kSDK),
-                      answer.error->code};
+    return SDKFailure{operationName + " completed with error", answer.error->localizedDescription,
+                      std::string(error_type::kSDK), answer.error->code};
   }
   if (answer.dictionary && !answer.dictionary->empty())
     return SDKSuccess{operationName + " completed with data", stringKeyedCopy(*answer.dictionary)};
   return SDKSuccess{operationName + " completed", std::nullopt};
 }
 
-SDKOutcome outcomeOf(const std::string& operationName, double timeoutSeconds,
-                     SDKRaceResult result) {
+SDKOutcome outcomeOf(const std::string& operationName, double timeoutSeconds, SDKRaceResult result) {
   if (auto* answer = std::get_if<SDKAnswer>(&result))
     return outcomeOfAnswer(operationName, std::move(*answer));
-  return SDKFailure::ofType(operationName + " operation timed out after " +
-                                formatNumberForMessage(timeoutSeconds) + " seconds",
-                            error_type::kTimeout);
+  return SDKFailure::ofType(
+      operationName + " operation timed out after " + formatNumberForMessage(timeoutSeconds) + " seconds",
+      error_type::kTimeout);
 }
 
 SDKOutcome unexpectedOutcome(const std::string& operationName) {
@@ -122,7 +118,8 @@ awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds, std::strin
     }
   }
   co_await asio::this_coro::throw_if_cancelled(throwIfCancelled);
-  co_return first ? outcomeOf(operationName, timeoutSeconds, std::move(*first)) : unexpectedOutcome(operationName);
+  co_return first ? outcomeOf(operationName, timeoutSeconds, std::move(*first))
+                  : unexpectedOutcome(operationName);
 }
 
 }  // namespace lumetra_rpc

@@ -61,16 +61,16 @@ using AnyKeyMap = std::vector<std::pair<AnyCodable, AnyCodable>>;
 
 class AnyCodable {
  public:
-  using Value = std::variant<NullValue, bool, std::int64_t, double, float, std::string, URLValue,
-                             DateValue, BoxedNumber, JSONArray, JSONObject, AnyKeyMap, OpaqueValue>;
+  using Value = std::variant<NullValue, bool, std::int64_t, double, float, std::string, URLValue, DateValue,
+                             BoxedNumber, JSONArray, JSONObject, AnyKeyMap, OpaqueValue>;
 
   AnyCodable() = default;
   AnyCodable(NullValue) {}
   AnyCodable(std::nullptr_t) {}
   AnyCodable(bool b) : value_(b) {}
   template <typename I>
-    requires(std::is_integral_v<I> && !std::is_same_v<I, bool> && !std::is_same_v<I, char>)
-  AnyCodable(I i) : value_(static_cast<std::int64_t>(i)) {}
+  requires(std::is_integral_v<I> && !std::is_same_v<I, bool> && !std::is_same_v<I, char>) AnyCodable(I i)
+      : value_(static_cast<std::int64_t>(i)) {}
   AnyCodable(double d) : value_(d) {}
   AnyCodable(float f) : value_(f) {}
   AnyCodable(std::string s) : value_(std::move(s)) {}

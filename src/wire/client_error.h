@@ -13,15 +13,26 @@ namespace lumetra_rpc {
 
 class LMRPCClientError {
  public:
-  struct InvalidJSON { std::string message; };
-  struct UnknownMethod { std::string method; };
-  struct ValidationError { std::string message; std::optional<JSONObject> details; };
-  struct InternalError { std::string message; };
-  struct MissingParameter { std::string name; };
+  struct InvalidJSON {
+    std::string message;
+  };
+  struct UnknownMethod {
+    std::string method;
+  };
+  struct ValidationError {
+    std::string message;
+    std::optional<JSONObject> details;
+  };
+  struct InternalError {
+    std::string message;
+  };
+  struct MissingParameter {
+    std::string name;
+  };
   struct Timeout {};
   struct SDKNotInitialized {};
-  using Case = std::variant<InvalidJSON, UnknownMethod, ValidationError, InternalError,
-                            MissingParameter, Timeout, SDKNotInitialized>;
+  using Case = std::variant<InvalidJSON, UnknownMethod, ValidationError, InternalError, MissingParameter,
+                            Timeout, SDKNotInitialized>;
 
   static LMRPCClientError invalidJSON(std::string message);
   static LMRPCClientError unknownMethod(std::string method);
@@ -44,6 +55,8 @@ class LMRPCClientError {
 template <typename T>
 using ClientResult = Expected<T, LMRPCClientError>;
 
-inline Unexpected<LMRPCClientError> fail(LMRPCClientError error) { return {std::move(error)}; }
+inline Unexpected<LMRPCClientError> fail(LMRPCClientError error) {
+  return {std::move(error)};
+}
 
 }  // namespace lumetra_rpc

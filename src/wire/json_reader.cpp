@@ -1,7 +1,7 @@
 #include "wire/json_reader.h"
 
-#include <cmath>
 #include <simdjson.h>
+#include <cmath>
 
 namespace lumetra_rpc {
 namespace {
@@ -11,7 +11,9 @@ using Failure = Unexpected<ReadFailure>;
 
 constexpr std::string_view kUnsupportedType = "Unsupported JSON type";
 
-Failure failure(std::string description) { return Failure{ReadFailure{std::move(description)}}; }
+Failure failure(std::string description) {
+  return Failure{ReadFailure{std::move(description)}};
+}
 Failure failure(simdjson::error_code code) {
   return failure(std::string("The given data was not valid JSON: ") + simdjson::error_message(code));
 }
@@ -42,10 +44,14 @@ class Decoder {
         if (auto error = value.get_bool().get(b)) return failure(error);
         return AnyCodable(b);
       }
-      case od::json_type::number: return decodeNumber(value);
-      case od::json_type::string: return decodeString(value);
-      case od::json_type::array: return decodeArray(value, depth + 1);
-      case od::json_type::object: return decodeObject(value, depth + 1);
+      case od::json_type::number:
+        return decodeNumber(value);
+      case od::json_type::string:
+        return decodeString(value);
+      case od::json_type::array:
+        return decodeArray(value, depth + 1);
+      case od::json_type::object:
+        return decodeObject(value, depth + 1);
     }
     return failure(std::string(kUnsupportedType));
   }

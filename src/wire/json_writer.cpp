@@ -21,8 +21,14 @@ class Writer {
  private:
   using Failure = std::optional<std::string>;
 
-  Failure writeKind(NullValue) { out_ += "null"; return {}; }
-  Failure writeKind(bool b) { out_ += b ? "true" : "false"; return {}; }
+  Failure writeKind(NullValue) {
+    out_ += "null";
+    return {};
+  }
+  Failure writeKind(bool b) {
+    out_ += b ? "true" : "false";
+    return {};
+  }
   Failure writeKind(std::int64_t i) {
     char buffer[24];
     auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, i);
@@ -38,8 +44,14 @@ class Writer {
   }
   // Widened exactly, without a detour through decimal digits.
   Failure writeKind(float f) { return writeKind(static_cast<double>(f)); }
-  Failure writeKind(const std::string& s) { writeString(s); return {}; }
-  Failure writeKind(const URLValue& u) { writeString(u.absoluteString); return {}; }
+  Failure writeKind(const std::string& s) {
+    writeString(s);
+    return {};
+  }
+  Failure writeKind(const URLValue& u) {
+    writeString(u.absoluteString);
+    return {};
+  }
   Failure writeKind(const DateValue& d) { return writeKind(d.secondsSince1970); }
   Failure writeKind(const BoxedNumber& n) { return writeKind(n.doubleValue); }
   Failure writeKind(const JSONArray& array) {
@@ -71,14 +83,30 @@ class Writer {
     out_ += '"';
     for (char c : s) {
       switch (c) {
-        case '"': out_ += "\\\""; break;
-        case '\\': out_ += "\\\\"; break;
-        case '/': out_ += "\\/"; break;
-        case '\b': out_ += "\\b"; break;
-        case '\f': out_ += "\\f"; break;
-        case '\n': out_ += "\\n"; break;
-        case '\r': out_ += "\\r"; break;
-        case '\t': out_ += "\\t"; break;
+        case '"':
+          out_ += "\\\"";
+          break;
+        case '\\':
+          out_ += "\\\\";
+          break;
+        case '/':
+          out_ += "\\/";
+          break;
+        case '\b':
+          out_ += "\\b";
+          break;
+        case '\f':
+          out_ += "\\f";
+          break;
+        case '\n':
+          out_ += "\\n";
+          break;
+        case '\r':
+          out_ += "\\r";
+          break;
+        case '\t':
+          out_ += "\\t";
+          break;
         default:
           if (static_cast<unsigned char>(c) < 0x20) {
             char escape[8];

@@ -12,7 +12,9 @@ std::int64_t nowInMilliseconds() {
   return static_cast<std::int64_t>(std::trunc(seconds * 1000.0));
 }
 
-AnyCodable orNull(const std::optional<AnyCodable>& value) { return value ? *value : AnyCodable(); }
+AnyCodable orNull(const std::optional<AnyCodable>& value) {
+  return value ? *value : AnyCodable();
+}
 
 }  // namespace
 

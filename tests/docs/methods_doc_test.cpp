@@ -125,8 +125,8 @@ TEST(MethodsDoc, SectionsMatchTheMethodTableAndTheParsingCases) {
     // A nested parameter ("product.productId") is sent inside its outer object.
     for (const std::string& parameter : section.parameters) {
       std::string outer = parameter.substr(0, parameter.find('.'));
-      EXPECT_TRUE(cases.validParameters.contains(outer)) << method << " documents " << parameter
-                                                          << ", which no valid case sends";
+      EXPECT_TRUE(cases.validParameters.contains(outer))
+          << method << " documents " << parameter << ", which no valid case sends";
     }
   }
 }

@@ -41,8 +41,8 @@ TEST(SimpleConfigHandler, EachSetterWritesItsFieldAndAnswersItsMessage) {
       {R{LMRPCIsDebugRequest{true}}, "Debug mode enabled", "setIsDebug", "[true]"},
       {R{LMRPCIsDebugRequest{false}}, "Debug mode disabled (default)", "setIsDebug", "[false]"},
       {R{LMRPCSetCustomerUserIdRequest{"u-1"}}, "customerUserId set", "setCustomerUserID", R"(["u-1"])"},
-      {R{LMRPCSetAdditionalDataRequest{{{"a", 1}, {"b", "x"}}}}, "additionalData set",
-       "setAdditionalData", R"([{"a":1,"b":"x"}])"},
+      {R{LMRPCSetAdditionalDataRequest{{{"a", 1}, {"b", "x"}}}}, "additionalData set", "setAdditionalData",
+       R"([{"a":1,"b":"x"}])"},
       {R{LMRPCSetAdditionalDataRequest{}}, "additionalData set", "setAdditionalData", "[{}]"},
       {R{LMRPCSetCurrencyCodeRequest{"EUR"}}, "currencyCode set", "setCurrencyCode", R"(["EUR"])"},
       {R{LMRPCSetDisableAdvertisingIdentifierRequest{true}}, "disableAdvertisingIdentifier set",
@@ -54,20 +54,18 @@ TEST(SimpleConfigHandler, EachSetterWritesItsFieldAndAnswersItsMessage) {
       {R{LMRPCSetAppInviteHoplineIDRequest{"h1"}}, "appInviteHoplineID set", "setAppInviteHoplineID",
        R"(["h1"])"},
       {R{LMRPCSetAnonymizeUserRequest{true}}, "anonymizeUser set", "setAnonymizeUser", "[true]"},
-      {R{LMRPCSetDisableCollectASARequest{true}}, "disableCollectASA set", "setDisableCollectASA",
-       "[true]"},
+      {R{LMRPCSetDisableCollectASARequest{true}}, "disableCollectASA set", "setDisableCollectASA", "[true]"},
       {R{LMRPCSetDisableAppleAdsAttributionRequest{false}}, "disableAppleAdsAttribution set",
        "setDisableAppleAdsAttribution", "[false]"},
       {R{LMRPCSetUseReceiptValidationSandboxRequest{true}}, "useReceiptValidationSandbox set",
        "setUseReceiptValidationSandbox", "[true]"},
-      {R{LMRPCSetUseUninstallSandboxRequest{true}}, "useUninstallSandbox set",
-       "setUseUninstallSandbox", "[true]"},
-      {R{LMRPCSetPhoneNumberRequest{"+4912345"}}, "phoneNumber set", "setPhoneNumber",
-       R"(["+4912345"])"},
-      {R{LMRPCSetDisableIDFVCollectionRequest{true}}, "disableIDFVCollection set",
-       "setDisableIDFVCollection", "[true]"},
-      {R{LMRPCSetCurrentDeviceLanguageRequest{"de"}}, "currentDeviceLanguage set",
-       "setCurrentDeviceLanguage", R"(["de"])"},
+      {R{LMRPCSetUseUninstallSandboxRequest{true}}, "useUninstallSandbox set", "setUseUninstallSandbox",
+       "[true]"},
+      {R{LMRPCSetPhoneNumberRequest{"+4912345"}}, "phoneNumber set", "setPhoneNumber", R"(["+4912345"])"},
+      {R{LMRPCSetDisableIDFVCollectionRequest{true}}, "disableIDFVCollection set", "setDisableIDFVCollection",
+       "[true]"},
+      {R{LMRPCSetCurrentDeviceLanguageRequest{"de"}}, "currentDeviceLanguage set", "setCurrentDeviceLanguage",
+       R"(["de"])"},
       {R{LMRPCSetStoppedRequest{true}}, "SDK stopped", "setIsStopped", "[true]"},
       {R{LMRPCSetStoppedRequest{false}}, "SDK resumed", "setIsStopped", "[false]"},
   });
@@ -92,8 +90,8 @@ TEST(ComplexConfigHandler, MessagesAreComposedFromTheRequestValues) {
        "setSharingFilterForPartners", "[null]"},
       {R{LMRPCSetSharingFilterForPartnersRequest{StringList{}}}, "Sharing filter set for 0 partner(s)",
        "setSharingFilterForPartners", "[[]]"},
-      {R{LMRPCSetSharingFilterForPartnersRequest{StringList{"all"}}},
-       "Sharing filter set for 1 partner(s)", "setSharingFilterForPartners", R"([["all"]])"},
+      {R{LMRPCSetSharingFilterForPartnersRequest{StringList{"all"}}}, "Sharing filter set for 1 partner(s)",
+       "setSharingFilterForPartners", R"([["all"]])"},
       {R{LMRPCSetPartnerDataRequest{"p_1", {{"k", "v"}}}}, "Partner data set for p_1", "setPartnerData",
        R"(["p_1",{"k":"v"}])"},
   });
@@ -105,16 +103,16 @@ TEST(PrivacyHandler, ConsentAndTCFAnswers) {
       R"([{"hasConsentForAdStorage":null,"hasConsentForAdsPersonalization":null,)"
       R"("hasConsentForDataUsage":null,"isUserSubjectToGDPR":false}])";
   expectSetterCases<LMRPCPrivacyHandler, R>({
-      {R{LMRPCSetConsentDataRequest{false, {}, {}, {}}}, "Consent data set (GDPR=false)",
-       "setConsentData", absentConsent},
+      {R{LMRPCSetConsentDataRequest{false, {}, {}, {}}}, "Consent data set (GDPR=false)", "setConsentData",
+       absentConsent},
       {R{LMRPCSetConsentDataRequest{true, true, std::nullopt, false}}, "Consent data set (GDPR=true)",
        "setConsentData",
        R"([{"hasConsentForAdStorage":false,"hasConsentForAdsPersonalization":null,)"
        R"("hasConsentForDataUsage":true,"isUserSubjectToGDPR":true}])"},
       {R{LMRPCEnableTCFDataCollectionRequest{false}}, "TCF data collection disabled",
        "enableTCFDataCollection", "[false]"},
-      {R{LMRPCEnableTCFDataCollectionRequest{true}}, "TCF data collection enabled",
-       "enableTCFDataCollection", "[true]"},
+      {R{LMRPCEnableTCFDataCollectionRequest{true}}, "TCF data collection enabled", "enableTCFDataCollection",
+       "[true]"},
       {R{LMRPCWaitForATTRequest{60}}, "Waiting for ATT authorization with timeout 60.0s",
        "waitForATTUserAuthorization", "[60]"},
       {R{LMRPCWaitForATTRequest{2.5}}, "Waiting for ATT authorization with timeout 2.5s",
@@ -131,8 +129,8 @@ TEST_F(PrivacyPlatformTest, ATTWaitIsRefusedBelowIOS14WithoutCallingTheSDK) {
   LMRPCPrivacyHandler handler{sdk};
   platform::setRunningOSVersion({13, 7, 9});
   auto outcome = testing::runHandler(handler, LMRPCPrivacyRequest{LMRPCWaitForATTRequest{60}});
-  EXPECT_TRUE(testing::isTypedFailure(outcome, "ATT requires iOS 14.0 or later",
-                                      error_type::kUnsupportedPlatform));
+  EXPECT_TRUE(
+      testing::isTypedFailure(outcome, "ATT requires iOS 14.0 or later", error_type::kUnsupportedPlatform));
   EXPECT_TRUE(sdk->calls().empty());
 
   platform::setRunningOSVersion({14, 0, 0});

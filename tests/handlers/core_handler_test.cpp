@@ -41,7 +41,7 @@ TEST_F(CoreHandlerTest, StartWithoutAwaitAnswersEvenIfTheSDKNeverDoes) {
 TEST_F(CoreHandlerTest, AwaitedStartReportsEachKindOfSDKAnswer) {
   sdk->script("start", ScriptedAnswer(Reply::kAtOnce, AnyKeyMap{{"status", "launched"}}));
   auto outcome = testing::runHandler(handler, LMRPCCoreRequest{LMRPCStartRequest{true}});
-    EXPECT_EQ(testing::messageOf(outcome), "start completed with data");
+  EXPECT_EQ(testing::messageOf(outcome), "start completed with data");
   EXPECT_EQ(testing::dataText(outcome), R"({"status":"launched"})");
 
   sdk->script("start", ScriptedAnswer(Reply::kAtOnce));
@@ -58,14 +58,14 @@ TEST_F(CoreHandlerTest, AwaitedStartReportsEachKindOfSDKAnswer) {
 
   sdk->script("start", ScriptedAnswer(Reply::kNever));
   outcome = testing::runHandler(handler, LMRPCCoreRequest{LMRPCStartRequest{true}});
-  EXPECT_TRUE(testing::isTypedFailure(outcome, "start operation timed out after 0.05 seconds",
-                                      error_type::kTimeout));
+  EXPECT_TRUE(
+      testing::isTypedFailure(outcome, "start operation timed out after 0.05 seconds", error_type::kTimeout));
 }
 
 TEST_F(CoreHandlerTest, FireAndForgetEventAnswersWithTheSummaryOnly) {
   auto outcome = testing::runHandler(
       handler, LMRPCCoreRequest{LMRPCLogEventRequest{"af_purchase", std::nullopt, false}});
-    EXPECT_EQ(testing::messageOf(outcome), "Event logged");
+  EXPECT_EQ(testing::messageOf(outcome), "Event logged");
   EXPECT_EQ(testing::dataText(outcome), R"({"eventName":"af_purchase"})");
   EXPECT_EQ(sdk->lastCall("logEvent")->argsText(), R"(["af_purchase",null])");
   EXPECT_EQ(sdk->count("logEventWithCompletion"), 0u);
@@ -75,16 +75,15 @@ TEST_F(CoreHandlerTest, AwaitedEventMergesSummaryOverTheSDKAnswer) {
   JSONObject values{{"revenue", 9.5}};
   sdk->script("logEventWithCompletion",
               ScriptedAnswer(Reply::kAtOnce, AnyKeyMap{{"eventName", "sdk-name"}, {"queued", true}}));
-  auto outcome =
-      testing::runHandler(handler, LMRPCCoreRequest{LMRPCLogEventRequest{"level", values, true}});
-    EXPECT_EQ(testing::messageOf(outcome), "logEvent completed with data");
+  auto outcome = testing::runHandler(handler, LMRPCCoreRequest{LMRPCLogEventRequest{"level", values, true}});
+  EXPECT_EQ(testing::messageOf(outcome), "logEvent completed with data");
   EXPECT_EQ(testing::dataText(outcome),
             R"({"eventName":"level","eventValues":{"revenue":9.5},"queued":true})");
   EXPECT_EQ(sdk->lastCall("logEventWithCompletion")->argsText(), R"(["level",{"revenue":9.5}])");
 
   sdk->script("logEventWithCompletion", ScriptedAnswer(Reply::kAtOnce));
   outcome = testing::runHandler(handler, LMRPCCoreRequest{LMRPCLogEventRequest{"level", {}, true}});
-    EXPECT_EQ(testing::messageOf(outcome), "logEvent completed");
+  EXPECT_EQ(testing::messageOf(outcome), "logEvent completed");
   EXPECT_EQ(testing::dataText(outcome), R"({"eventName":"level"})");
 }
 
@@ -98,7 +97,7 @@ TEST_F(CoreHandlerTest, AwaitedEventFailuresPassThroughWithoutSummary) {
 TEST_F(CoreHandlerTest, PluginInfoLooksTheStoredNameUpExactly) {
   auto outcome = testing::runHandler(
       handler, LMRPCCoreRequest{LMRPCSetPluginInfoRequest{"unity", "6.1.0", JSONObject{{"k", 1}}}});
-    EXPECT_EQ(testing::messageOf(outcome), "Plugin info set");
+  EXPECT_EQ(testing::messageOf(outcome), "Plugin info set");
   EXPECT_EQ(testing::dataText(outcome), R"({"plugin":"unity","pluginVersion":"6.1.0"})");
   EXPECT_EQ(sdk->lastCall("setPluginInfo")->argsText(), R"([1,"6.1.0",{"k":1}])");
 

@@ -14,11 +14,13 @@ TEST(NotificationHandler, PassesPayloadAndRawTokenBytes) {
   auto sdk = std::make_shared<FakeSDK>();
   LMRPCNotificationHandler handler{sdk};
   auto outcome = testing::runHandler(
-      handler, LMRPCNotificationRequest{LMRPCHandlePushNotificationRequest{{{"lm", JSONObject{{"pid", "x"}}}}}});
+      handler,
+      LMRPCNotificationRequest{LMRPCHandlePushNotificationRequest{{{"lm", JSONObject{{"pid", "x"}}}}}});
   EXPECT_TRUE(testing::isPlainSuccess(outcome, "Push notification handled"));
   EXPECT_EQ(sdk->lastCall("handlePushNotification")->argsText(), R"([{"lm":{"pid":"x"}}])");
 
-  outcome = testing::runHandler(handler, LMRPCNotificationRequest{LMRPCRegisterUninstallRequest{{0x00, 0xab, 0x10}}});
+  outcome = testing::runHandler(handler,
+                                LMRPCNotificationRequest{LMRPCRegisterUninstallRequest{{0x00, 0xab, 0x10}}});
   EXPECT_TRUE(testing::isPlainSuccess(outcome, "Uninstall token registered"));
   EXPECT_EQ(sdk->lastCall("registerUninstall")->argsText(), R"(["00ab10"])");
 }
@@ -30,7 +32,8 @@ TEST(DataHandler, SettersPassArgumentsInTheSDKOrder) {
   EXPECT_TRUE(testing::isPlainSuccess(outcome, "Location logged"));
   EXPECT_EQ(sdk->lastCall("logLocation")->argsText(), "[-122.5,37.25]");
 
-  outcome = testing::runHandler(handler, LMRPCDataRequest{LMRPCSetUserEmailsRequest{{"b@x.io", "a@x.io"}, 3}});
+  outcome =
+      testing::runHandler(handler, LMRPCDataRequest{LMRPCSetUserEmailsRequest{{"b@x.io", "a@x.io"}, 3}});
   EXPECT_TRUE(testing::isPlainSuccess(outcome, "userEmails set"));
   EXPECT_EQ(sdk->lastCall("setUserEmails")->argsText(), R"([["b@x.io","a@x.io"],3])");
 }

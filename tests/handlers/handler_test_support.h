@@ -9,13 +9,13 @@
 #include <string>
 #include <utility>
 
+#include <gtest/gtest.h>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/strand.hpp>
-#include <gtest/gtest.h>
 
 #include "lumetra_rpc/runtime.h"
-#include "support/pump.h"
 #include "supervision/outcome.h"
+#include "support/pump.h"
 #include "wire/json_writer.h"
 
 namespace lumetra_rpc::testing {
@@ -90,8 +90,7 @@ inline ::testing::AssertionResult isPlainSuccess(const std::optional<SDKOutcome>
 
 // A failure with exactly this message and error type, and neither error nor code.
 inline ::testing::AssertionResult isTypedFailure(const std::optional<SDKOutcome>& outcome,
-                                                 const std::string& message,
-                                                 std::string_view errorType) {
+                                                 const std::string& message, std::string_view errorType) {
   const SDKFailure* failure = asFailure(outcome);
   if (failure == nullptr) return ::testing::AssertionFailure() << "not a failure";
   if (failure->message != message)

@@ -31,8 +31,10 @@ const R kInvite{LMRPCGenerateInviteUrlRequest{}};
 // Every supervised case reaches its own operation name and its own timeout field.
 TEST_F(MonetizationHandlerTest, SupervisedCasesTimeOutWithTheirOwnNameAndSeconds) {
   const std::vector<std::tuple<R, std::string, std::string>> cases{
-      {kLegacy, "validateAndLogInAppPurchase", "validateAndLogInAppPurchase operation timed out after 0.06 seconds"},
-      {kV2, "validateAndLogInAppPurchaseV2", "validateAndLogInAppPurchaseV2 operation timed out after 0.06 seconds"},
+      {kLegacy, "validateAndLogInAppPurchase",
+       "validateAndLogInAppPurchase operation timed out after 0.06 seconds"},
+      {kV2, "validateAndLogInAppPurchaseV2",
+       "validateAndLogInAppPurchaseV2 operation timed out after 0.06 seconds"},
       {kStore, "logAndOpenStore", "logAndOpenStore operation timed out after 0.07 seconds"},
       {kInvite, "generateInviteUrl", "generateInviteUrl operation timed out after 0.08 seconds"},
   };
@@ -47,12 +49,13 @@ TEST_F(MonetizationHandlerTest, SupervisedCasesTimeOutWithTheirOwnNameAndSeconds
 TEST_F(MonetizationHandlerTest, LegacyPurchaseCallbacksBecomeCompletions) {
   sdk->script("validateAndLogInAppPurchase", ScriptedAnswer(Reply::kAtOnce, AnyKeyMap{{"status", "valid"}}));
   auto outcome = run(kLegacy);
-    EXPECT_EQ(testing::messageOf(outcome), "validateAndLogInAppPurchase completed with data");
+  EXPECT_EQ(testing::messageOf(outcome), "validateAndLogInAppPurchase completed with data");
   EXPECT_EQ(testing::dataText(outcome), R"({"status":"valid"})");
   EXPECT_EQ(sdk->lastCall("validateAndLogInAppPurchase")->argsText(), R"(["gems","0.99","USD","t-1",null])");
 
   sdk->script("validateAndLogInAppPurchase",
-              ScriptedAnswer(Reply::kFromOtherThread, AnyKeyMap{{"ignored", 1}}, SDKError{"StoreKit", 21002, "bad receipt"}));
+              ScriptedAnswer(Reply::kFromOtherThread, AnyKeyMap{{"ignored", 1}},
+                             SDKError{"StoreKit", 21002, "bad receipt"}));
   const SDKFailure* failure = testing::asFailure(outcome = run(kLegacy));
   ASSERT_NE(failure, nullptr);
   EXPECT_EQ(failure->message, "validateAndLogInAppPurchase completed with error");
@@ -82,26 +85,27 @@ TEST_F(MonetizationHandlerTest, V2PurchaseFailuresStopBeforeTheSDK) {
 }
 
 TEST_F(MonetizationHandlerTest, StoreOpeningHandsTheClickURLBack) {
-  sdk->script("logAndOpenStore", ScriptedAnswer(Reply::kAtOnce, {}, {}, URLValue{"https://apps.example/id42"}));
+  sdk->script("logAndOpenStore",
+              ScriptedAnswer(Reply::kAtOnce, {}, {}, URLValue{"https://apps.example/id42"}));
   auto outcome = run(kStore);
-    EXPECT_EQ(testing::messageOf(outcome), "logAndOpenStore completed with data");
+  EXPECT_EQ(testing::messageOf(outcome), "logAndOpenStore completed with data");
   ASSERT_NE(testing::asSuccess(outcome), nullptr);
   EXPECT_EQ(testing::asSuccess(outcome)->data, (JSONObject{{"clickURL", "https://apps.example/id42"}}));
   EXPECT_EQ(sdk->lastCall("logAndOpenStore")->argsText(), R"(["id42","spring",null])");
 }
 
 TEST_F(MonetizationHandlerTest, InviteGeneratorIsFilledInOrderWithPresentFieldsOnly) {
-  LMRPCGenerateInviteUrlRequest full{"sms", "c1", "Ann", "https://img", "cust", "/p", "base", "brand.io",
-                                     JSONObject{{"k", "v"}}};
+  LMRPCGenerateInviteUrlRequest full{"sms", "c1",   "Ann",      "https://img",         "cust",
+                                     "/p",  "base", "brand.io", JSONObject{{"k", "v"}}};
   auto outcome = run(R{full});
   ASSERT_NE(testing::asSuccess(outcome), nullptr);
   EXPECT_EQ(testing::asSuccess(outcome)->data, (JSONObject{{"url", "https://fake.lumetra.test/link"}}));
   std::vector<std::string> order;
   for (const auto& step : sdk->linkGenerator()->steps()) order.push_back(step.first);
-  EXPECT_EQ(order, (std::vector<std::string>{"setChannel", "setCampaign", "setReferrerName",
-                                             "setReferrerImageURL", "setReferrerCustomerId",
-                                             "setDeeplinkPath", "setBaseDeeplink", "setBrandDomain",
-                                             "addParameters"}));
+  EXPECT_EQ(order,
+            (std::vector<std::string>{"setChannel", "setCampaign", "setReferrerName", "setReferrerImageURL",
+                                      "setReferrerCustomerId", "setDeeplinkPath", "setBaseDeeplink",
+                                      "setBrandDomain", "addParameters"}));
   EXPECT_EQ(sdk->linkGenerator()->steps().back().second, AnyCodable(JSONObject{{"k", "v"}}));
 
   LMRPCGenerateInviteUrlRequest partial;
@@ -127,12 +131,13 @@ TEST_F(MonetizationHandlerTest, MissingInviteURLBecomesAnSDKError) {
 
 TEST_F(MonetizationHandlerTest, FireAndForgetCasesAnswerAtOnce) {
   const std::vector<std::tuple<R, std::string, std::string, std::string>> cases{
-      {R{LMRPCLogAdRevenueRequest{"ironsource", 7, "EUR", 1.25, JSONObject{{"ad", "x"}}}}, "Ad revenue logged",
-       "logAdRevenue",
+      {R{LMRPCLogAdRevenueRequest{"ironsource", 7, "EUR", 1.25, JSONObject{{"ad", "x"}}}},
+       "Ad revenue logged", "logAdRevenue",
        R"([{"currencyIso4217Code":"EUR","eventRevenue":1.25,"mediationNetwork":7,"monetizationNetwork":"ironsource"},{"ad":"x"}])"},
       {R{LMRPCLogCrossPromoteImpressionRequest{"id1", std::nullopt, std::nullopt}},
        "Cross promote impression logged", "logCrossPromoteImpression", R"(["id1",null,null])"},
-      {R{LMRPCLogInviteRequest{"mail", JSONObject{{"a", 1}}}}, "Invite logged", "logInvite", R"(["mail",{"a":1}])"},
+      {R{LMRPCLogInviteRequest{"mail", JSONObject{{"a", 1}}}}, "Invite logged", "logInvite",
+       R"(["mail",{"a":1}])"},
   };
   for (const auto& [request, message, call, args] : cases) {
     SCOPED_TRACE(call);

@@ -35,8 +35,8 @@ Record parsed(std::string method, std::string_view paramsText = "{}") {
 }
 
 TEST(ParsedRecords, NumbersBecomeTheStoredKinds) {
-  auto seconds = parsed<LMRPCSetMinTimeBetweenSessionsRequest>("setMinTimeBetweenSessions",
-                                                               R"({"seconds":2.9})");
+  auto seconds =
+      parsed<LMRPCSetMinTimeBetweenSessionsRequest>("setMinTimeBetweenSessions", R"({"seconds":2.9})");
   EXPECT_EQ(seconds.seconds, 2);
   EXPECT_EQ(parsed<LMRPCWaitForATTRequest>("waitForATT").timeout, 60.0);
   EXPECT_EQ(parsed<LMRPCWaitForATTRequest>("waitForATT", R"({"timeout":5})").timeout, 5.0);
@@ -57,8 +57,8 @@ TEST(ParsedRecords, NumbersConvertToBooleans) {
 }
 
 TEST(ParsedRecords, NamesAreNormalisedAndLookedUp) {
-  auto plugin = parsed<LMRPCSetPluginInfoRequest>("setPluginInfo",
-                                                  R"({"plugin":"Unity","pluginVersion":"1"})");
+  auto plugin =
+      parsed<LMRPCSetPluginInfoRequest>("setPluginInfo", R"({"plugin":"Unity","pluginVersion":"1"})");
   EXPECT_EQ(plugin.plugin, "unity");
   auto network = [](std::string_view name) {
     std::string params = R"({"monetizationNetwork":"m","currencyIso4217Code":"c","eventRevenue":1)";
@@ -87,8 +87,7 @@ TEST(ParsedRecords, EmailCryptTypeDefaultsToNone) {
 
 TEST(ParsedRecords, SharingFilterTellsNoneFromEmpty) {
   auto partners = [](std::string_view params) {
-    return parsed<LMRPCSetSharingFilterForPartnersRequest>("setSharingFilterForPartners", params)
-        .partners;
+    return parsed<LMRPCSetSharingFilterForPartnersRequest>("setSharingFilterForPartners", params).partners;
   };
   EXPECT_EQ(partners("{}"), std::nullopt);
   EXPECT_EQ(partners(R"({"partners":null})"), std::nullopt);
@@ -108,8 +107,7 @@ TEST(ParsedRecords, OptionalValuesOfAnotherKindAreAbsent) {
   EXPECT_FALSE(consent.hasConsentForDataUsage);
   EXPECT_FALSE(consent.hasConsentForAdsPersonalization);
   EXPECT_EQ(consent.hasConsentForAdStorage, false);
-  auto invite =
-      parsed<LMRPCGenerateInviteUrlRequest>("generateInviteUrl", R"({"channel":"c","campaign":1})");
+  auto invite = parsed<LMRPCGenerateInviteUrlRequest>("generateInviteUrl", R"({"channel":"c","campaign":1})");
   EXPECT_EQ(invite.channel, "c");
   EXPECT_FALSE(invite.campaign);
 }
@@ -121,14 +119,13 @@ TEST(ParsedRecords, UserActivityDefaultsToWebBrowsing) {
   auto plain = activity(R"({"url":"https://a.b/c?d=e"})");
   EXPECT_EQ(plain.activityType, "NSUserActivityTypeBrowsingWeb");
   EXPECT_EQ(plain.url.absoluteString, "https://a.b/c?d=e");
-  EXPECT_EQ(activity(R"({"url":"x:y","activityType":5})").activityType,
-            "NSUserActivityTypeBrowsingWeb");
+  EXPECT_EQ(activity(R"({"url":"x:y","activityType":5})").activityType, "NSUserActivityTypeBrowsingWeb");
   EXPECT_EQ(activity(R"({"url":"x:y","activityType":""})").activityType, "");
 }
 
 TEST(ParsedRecords, BothOpenURLSpellingsKeepTheirOwnCase) {
-  auto upper = parsed<LMRPCHandleOpenURLRequest>("handleOpenURL",
-                                                 R"({"url":"myapp://open","options":{"k":"v"}})");
+  auto upper =
+      parsed<LMRPCHandleOpenURLRequest>("handleOpenURL", R"({"url":"myapp://open","options":{"k":"v"}})");
   EXPECT_EQ(upper.url.absoluteString, "myapp://open");
   EXPECT_EQ(upper.options, (JSONObject{{"k", "v"}}));
   auto lower = parsed<LMRPCHandleOpenUrlRequest>("handleOpenUrl", R"({"url":"a:b","options":[]})");

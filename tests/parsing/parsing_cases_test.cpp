@@ -52,8 +52,7 @@ std::vector<Case> loadCases() {
 }
 
 std::string expectedResponse(const Case& c) {
-  JSONObject response{
-      {"error", *c.error}, {"id", c.request.id.value_or(nullptr)}, {"result", nullptr}};
+  JSONObject response{{"error", *c.error}, {"id", c.request.id.value_or(nullptr)}, {"result", nullptr}};
   return writeJSON(AnyCodable(std::move(response))).value();
 }
 
@@ -68,7 +67,8 @@ TEST(ParsingCases, ValidRequestsParse) {
 // Every method, end to end: a valid request comes back with a result from its handler,
 // never an error object and never the answer of an unwired route.
 TEST(ParsingCases, ValidRequestsReachTheirHandlerThroughTheClient) {
-  auto client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<testing::FakeSDK>());
+  auto client =
+      LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<testing::FakeSDK>());
   for (const Case& c : loadCases()) {
     if (c.error) continue;
     auto response = readJSON(testing::execute(*client, c.requestText));

@@ -23,7 +23,8 @@ std::string paddedRequest(std::size_t bytes) {
 }
 
 TEST_F(ClientFixture, CapsTheRequestSizeInUTF8BytesBeforeParsing) {
-  const std::string tooLarge = R"({"error":{"code":400,"message":"Request payload too large"},"id":null,"result":null})";
+  const std::string tooLarge =
+      R"({"error":{"code":400,"message":"Request payload too large"},"id":null,"result":null})";
   EXPECT_EQ(run(paddedRequest(1'048'576)), tooLarge);
   EXPECT_NE(run(paddedRequest(1'048'575)), tooLarge);
   // Half as many characters as the cap, but each takes two bytes.
@@ -33,10 +34,12 @@ TEST_F(ClientFixture, CapsTheRequestSizeInUTF8BytesBeforeParsing) {
 }
 
 TEST_F(ClientFixture, EnvelopeFailuresAnswer400WithNullId) {
-  for (const char* text : {"", "[]", R"({"id":3,"method":1})", R"({"id":3,"method":"init","params":[]})",
-                           "{\"id\":3,\"method\":\"init\"", R"({"id":3,"method":"init","params":{"a":1e400}})"}) {
+  for (const char* text :
+       {"", "[]", R"({"id":3,"method":1})", R"({"id":3,"method":"init","params":[]})",
+        "{\"id\":3,\"method\":\"init\"", R"({"id":3,"method":"init","params":{"a":1e400}})"}) {
     auto response = run(text);
-    EXPECT_EQ(response.rfind(R"({"error":{"code":400,"message":"Invalid JSON-RPC request structure: )", 0), 0u)
+    EXPECT_EQ(response.rfind(R"({"error":{"code":400,"message":"Invalid JSON-RPC request structure: )", 0),
+              0u)
         << text << " -> " << response;
     EXPECT_NE(response.find(R"("id":null,"result":null})"), std::string::npos) << response;
   }
@@ -44,8 +47,13 @@ TEST_F(ClientFixture, EnvelopeFailuresAnswer400WithNullId) {
 
 TEST_F(ClientFixture, EchoesTheIdOfEveryKind) {
   const std::pair<const char*, const char*> cases[] = {
-      {R"("abc")", R"("abc")"}, {"7", "7"}, {"1.0", "1"}, {"true", "true"},
-      {"[1,\"a\"]", "[1,\"a\"]"}, {R"({"z":1,"a":2})", R"({"a":2,"z":1})"}, {"null", "null"},
+      {R"("abc")", R"("abc")"},
+      {"7", "7"},
+      {"1.0", "1"},
+      {"true", "true"},
+      {"[1,\"a\"]", "[1,\"a\"]"},
+      {R"({"z":1,"a":2})", R"({"a":2,"z":1})"},
+      {"null", "null"},
   };
   for (auto [id, echoed] : cases) {
     auto response = run(std::string(R"({"id":)") + id + R"(,"method":"nope"})");
@@ -67,16 +75,18 @@ TEST_F(ClientFixture, AResultThatCannotBeWrittenBecomes500KeepingTheId) {
   testing::ScriptedAnswer answer;
   answer.dictionary = AnyKeyMap{{AnyCodable("widget"), AnyCodable(OpaqueValue{"LMWidget", nullptr})}};
   sdk->script("start", answer);
-  EXPECT_EQ(run(R"({"id":"s","method":"start"})"),
-            R"({"error":{"code":500,"message":"Failed to encode response: Unsupported type: LMWidget"},"id":"s","result":null})");
+  EXPECT_EQ(
+      run(R"({"id":"s","method":"start"})"),
+      R"({"error":{"code":500,"message":"Failed to encode response: Unsupported type: LMWidget"},"id":"s","result":null})");
 }
 
 TEST_F(ClientFixture, ASDKFailureIsAResultNotAnError) {
   testing::ScriptedAnswer answer;
   answer.error = SDKError{"LM", 7, "boom"};
   sdk->script("start", answer);
-  EXPECT_EQ(run(R"({"id":1,"method":"start"})"),
-            R"({"error":null,"id":1,"result":{"error":"boom","errorCode":7,"errorType":"sdk_error","message":"start completed with error","success":false}})");
+  EXPECT_EQ(
+      run(R"({"id":1,"method":"start"})"),
+      R"({"error":null,"id":1,"result":{"error":"boom","errorCode":7,"errorType":"sdk_error","message":"start completed with error","success":false}})");
 }
 
 TEST(Client, ReleasingTheClientReleasesEverything) {

@@ -54,7 +54,8 @@ TEST_F(EventsFixture, EventsFlowOnlyAfterTheirListenerIsRegistered) {
   ASSERT_TRUE(testing::pumpUntil([&] { return log->size() == 1; }));
   settle();
   ASSERT_EQ(log->texts.size(), 1u);
-  EXPECT_EQ(log->texts[0], R"({"data":{"code":42,"error":"no data"},"event":"onConversionDataFail","origin":"ios"})");
+  EXPECT_EQ(log->texts[0],
+            R"({"data":{"code":42,"error":"no data"},"event":"onConversionDataFail","origin":"ios"})");
 
   registerListener("registerDeeplinkListener");
   delegate().didResolveDeepLink({.status = 2, .deepLink = std::nullopt, .error = std::nullopt});
@@ -70,21 +71,28 @@ TEST_F(EventsFixture, NonStringKeysAreRemovedAtEveryDepth) {
                  {AnyCodable(1.5), AnyCodable("drop")}};
   delegate().onAppOpenAttribution(data);
   ASSERT_TRUE(testing::pumpUntil([&] { return log->size() == 1; }));
-  EXPECT_EQ(log->texts[0],
-            R"({"data":{"list":[{"keep":true}],"nested":{"keep":true}},"event":"onAppOpenAttribution","origin":"ios"})");
+  EXPECT_EQ(
+      log->texts[0],
+      R"({"data":{"list":[{"keep":true}],"nested":{"keep":true}},"event":"onAppOpenAttribution","origin":"ios"})");
 }
 
 TEST_F(EventsFixture, DeepLinkDataShapes) {
   registerListener("registerDeeplinkListener");
-  LumetraDeepLinkResult withoutValue{0, LumetraDeepLink{std::nullopt, {{AnyCodable("c"), AnyCodable(1)}}, true}, std::nullopt};
+  LumetraDeepLinkResult withoutValue{
+      0, LumetraDeepLink{std::nullopt, {{AnyCodable("c"), AnyCodable(1)}}, true}, std::nullopt};
   LumetraDeepLinkResult withError{1, std::nullopt, SDKError{"LM", 3, "not found"}};
   LumetraDeepLinkResult full{0, LumetraDeepLink{"promo", {}, false}, std::nullopt};
   for (const auto& result : {withoutValue, withError, full}) delegate().didResolveDeepLink(result);
   ASSERT_TRUE(testing::pumpUntil([&] { return log->size() == 3; }));
   std::sort(log->texts.begin(), log->texts.end());
-  EXPECT_EQ(log->texts[0], R"({"data":{"clickEvent":{"c":1},"isDeferred":true,"status":0},"event":"onDeepLinkReceived","origin":"ios"})");
-  EXPECT_EQ(log->texts[1], R"({"data":{"clickEvent":{},"deepLinkValue":"promo","isDeferred":false,"status":0},"event":"onDeepLinkReceived","origin":"ios"})");
-  EXPECT_EQ(log->texts[2], R"({"data":{"error":"not found","status":1},"event":"onDeepLinkReceived","origin":"ios"})");
+  EXPECT_EQ(
+      log->texts[0],
+      R"({"data":{"clickEvent":{"c":1},"isDeferred":true,"status":0},"event":"onDeepLinkReceived","origin":"ios"})");
+  EXPECT_EQ(
+      log->texts[1],
+      R"({"data":{"clickEvent":{},"deepLinkValue":"promo","isDeferred":false,"status":0},"event":"onDeepLinkReceived","origin":"ios"})");
+  EXPECT_EQ(log->texts[2],
+            R"({"data":{"error":"not found","status":1},"event":"onDeepLinkReceived","origin":"ios"})");
 }
 
 TEST_F(EventsFixture, AnEventThatCannotBeWrittenArrivesAsTheFallbackText) {

@@ -14,17 +14,21 @@ struct HostileInput : ::testing::Test {
   std::shared_ptr<testing::FakeSDK> sdk = std::make_shared<testing::FakeSDK>();
   std::shared_ptr<LMRPCClient> client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, sdk);
   std::string run(const std::string& text) { return testing::execute(*client, text); }
-  static bool startsWith(const std::string& text, const std::string& head) { return text.rfind(head, 0) == 0; }
+  static bool startsWith(const std::string& text, const std::string& head) {
+    return text.rfind(head, 0) == 0;
+  }
 };
 
 TEST_F(HostileInput, HugeButValidRequestsAreServed) {
   std::string escapes;
   for (int i = 0; i < 170'000; ++i) escapes += "\\u00e9";  // about 1 MiB of escapes
-  EXPECT_TRUE(startsWith(run(R"({"id":1,"method":"setCustomerUserId","params":{"customerUserId":")" + escapes + "\"}}"),
-                         R"({"error":null,"id":1,"result":{"message":"customerUserId set")"));
+  EXPECT_TRUE(startsWith(
+      run(R"({"id":1,"method":"setCustomerUserId","params":{"customerUserId":")" + escapes + "\"}}"),
+      R"({"error":null,"id":1,"result":{"message":"customerUserId set")"));
 
   std::string manyKeys = R"({"id":2,"method":"getSDKVersion","params":{)";
-  for (int i = 0; i < 10'000; ++i) manyKeys += (i ? ",\"k" : "\"k") + std::to_string(i) + "\":" + std::to_string(i);
+  for (int i = 0; i < 10'000; ++i)
+    manyKeys += (i ? ",\"k" : "\"k") + std::to_string(i) + "\":" + std::to_string(i);
   EXPECT_TRUE(startsWith(run(manyKeys + "}}"), R"({"error":null,"id":2,"result":{)"));
 
   std::string longKey(100'000, 'k');
@@ -46,24 +50,31 @@ TEST_F(HostileInput, MalformedTextIsRefusedAsInvalidJSON) {
   };
   for (const auto& text : cases) EXPECT_TRUE(startsWith(run(text), invalid)) << text.substr(0, 80);
   // Underflow and integers beyond 64 bits are numbers, and answered as such.
-  EXPECT_NE(run(R"({"id":1,"method":"logLocation","params":{"longitude":1e-400,"latitude":18446744073709551616}})")
-                .find("latitude must be between -90 and 90, got 18446744073709551616.0"),
-            std::string::npos);
+  EXPECT_NE(
+      run(R"({"id":1,"method":"logLocation","params":{"longitude":1e-400,"latitude":18446744073709551616}})")
+          .find("latitude must be between -90 and 90, got 18446744073709551616.0"),
+      std::string::npos);
 }
 
 TEST_F(HostileInput, BlockedSchemesAreRefusedByEveryURLMethod) {
-  for (const char* method : {"handleOpenURL", "handleOpenUrl", "continueUserActivity", "performOnAppAttributionWithURL"}) {
+  for (const char* method :
+       {"handleOpenURL", "handleOpenUrl", "continueUserActivity", "performOnAppAttributionWithURL"}) {
     for (const char* scheme : {"JavaScript", "DATA", "vbScript", "bLoB"}) {
-      auto response = run(std::string(R"({"id":1,"method":")") + method + R"(","params":{"url":")" + scheme + R"(:x"}})");
-      EXPECT_NE(response.find(std::string("URL scheme '") + scheme + "' is not allowed for parameter 'url'"), std::string::npos)
+      auto response =
+          run(std::string(R"({"id":1,"method":")") + method + R"(","params":{"url":")" + scheme + R"(:x"}})");
+      EXPECT_NE(response.find(std::string("URL scheme '") + scheme + "' is not allowed for parameter 'url'"),
+                std::string::npos)
           << response;
     }
-    auto spaced = run(std::string(R"({"id":1,"method":")") + method + R"(","params":{"url":"  javascript:x"}})");
+    auto spaced =
+        run(std::string(R"({"id":1,"method":")") + method + R"(","params":{"url":"  javascript:x"}})");
     EXPECT_NE(spaced.find("\"code\":422"), std::string::npos) << spaced;
   }
   for (const char* url : {"JavaScript:alert(1)", "  data:text/html,x", "/just/a/path", "no scheme here"}) {
-    auto response = run(std::string(R"({"id":1,"method":"setFacebookDeferredAppLink","params":{"url":")") + url + "\"}}");
-    EXPECT_NE(response.find("Invalid or unsafe URL for Facebook deferred app link"), std::string::npos) << response;
+    auto response =
+        run(std::string(R"({"id":1,"method":"setFacebookDeferredAppLink","params":{"url":")") + url + "\"}}");
+    EXPECT_NE(response.find("Invalid or unsafe URL for Facebook deferred app link"), std::string::npos)
+        << response;
   }
   EXPECT_EQ(sdk->count("handleOpenUrl") + sdk->count("setFacebookDeferredAppLink"), 0u);
 }

@@ -34,14 +34,16 @@ std::string checkEnvelope(const std::string& response, const JSONObject*& member
   if (!members || members->size() != 3 || !members->count("error") || !members->count("id") ||
       !members->count("result"))
     return "wrong members";
-  if (members->at("error").isNull() == members->at("result").isNull()) return "not exactly one of error and result";
+  if (members->at("error").isNull() == members->at("result").isNull())
+    return "not exactly one of error and result";
   return {};
 }
 
 TEST(JSONConformance, EveryCorpusFileGetsExactlyOneWellFormedAnswer) {
   const fs::path corpus = fs::path(LMRPC_SHARED_DIR) / "jsontestsuite" / "test_parsing";
   ASSERT_TRUE(fs::is_directory(corpus)) << corpus;
-  auto client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<testing::FakeSDK>());
+  auto client =
+      LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<testing::FakeSDK>());
   std::size_t files = 0;
   for (const auto& entry : fs::directory_iterator(corpus)) {
     const auto name = entry.path().filename().string();

@@ -5,12 +5,12 @@
 #include <stdexcept>
 #include <thread>
 
+#include <gtest/gtest.h>
 #include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
-#include <gtest/gtest.h>
 
 #include "lumetra_rpc/runtime.h"
 #include "support/fake_sdk.h"
@@ -60,7 +60,8 @@ std::shared_ptr<Race> spawnRace(double seconds, std::string name, SDKOperation o
   };
   auto awaitable = withSDKCompletionTimeout(seconds, std::move(name), std::move(operation));
   if (onStrand)
-    asio::co_spawn(race->strand, std::move(awaitable), asio::bind_cancellation_slot(race->cancel.slot(), report));
+    asio::co_spawn(race->strand, std::move(awaitable),
+                   asio::bind_cancellation_slot(race->cancel.slot(), report));
   else
     asio::co_spawn(Runtime::shared().pool(), std::move(awaitable), report);
   return race;
@@ -95,28 +96,44 @@ TEST(CompletionTimeout, ShapesEachKindOfAnswer) {
     ScriptedAnswer answer;
     JSONObject expected;
   } cases[] = {
-      {"data", {Reply::kAtOnce, AnyKeyMap{{"status", "ok"}}, std::nullopt},
+      {"data",
+       {Reply::kAtOnce, AnyKeyMap{{"status", "ok"}}, std::nullopt},
        {{"success", true}, {"message", "start completed with data"}, {"data", JSONObject{{"status", "ok"}}}}},
-      {"empty dictionary", {Reply::kAtOnce, AnyKeyMap{}, std::nullopt},
+      {"empty dictionary",
+       {Reply::kAtOnce, AnyKeyMap{}, std::nullopt},
        {{"success", true}, {"message", "start completed"}}},
-      {"no dictionary", {Reply::kAtOnce, std::nullopt, std::nullopt},
+      {"no dictionary",
+       {Reply::kAtOnce, std::nullopt, std::nullopt},
        {{"success", true}, {"message", "start completed"}}},
-      {"error with data", {Reply::kAtOnce, AnyKeyMap{{"status", "ok"}}, SDKError{"LumetraLib", 41, "No dev key"}},
-       {{"success", false}, {"message", "start completed with error"}, {"error", "No dev key"},
-        {"errorType", "sdk_error"}, {"errorCode", 41}}},
-      {"non-string keys", {Reply::kAtOnce, AnyKeyMap{{"a", 1}, {7, "seven"}, {true, 2}, {"b", nested}}, std::nullopt},
-       {{"success", true}, {"message", "start completed with data"}, {"data", JSONObject{{"a", 1}, {"b", nested}}}}},
-      {"error from another thread", {Reply::kFromOtherThread, std::nullopt, SDKError{"d", -1, "late"}},
-       {{"success", false}, {"message", "start completed with error"}, {"error", "late"},
-        {"errorType", "sdk_error"}, {"errorCode", -1}}},
-      {"answered twice, first counts", {Reply::kTwice, AnyKeyMap{{"n", 1}}, std::nullopt},
+      {"error with data",
+       {Reply::kAtOnce, AnyKeyMap{{"status", "ok"}}, SDKError{"LumetraLib", 41, "No dev key"}},
+       {{"success", false},
+        {"message", "start completed with error"},
+        {"error", "No dev key"},
+        {"errorType", "sdk_error"},
+        {"errorCode", 41}}},
+      {"non-string keys",
+       {Reply::kAtOnce, AnyKeyMap{{"a", 1}, {7, "seven"}, {true, 2}, {"b", nested}}, std::nullopt},
+       {{"success", true},
+        {"message", "start completed with data"},
+        {"data", JSONObject{{"a", 1}, {"b", nested}}}}},
+      {"error from another thread",
+       {Reply::kFromOtherThread, std::nullopt, SDKError{"d", -1, "late"}},
+       {{"success", false},
+        {"message", "start completed with error"},
+        {"error", "late"},
+        {"errorType", "sdk_error"},
+        {"errorCode", -1}}},
+      {"answered twice, first counts",
+       {Reply::kTwice, AnyKeyMap{{"n", 1}}, std::nullopt},
        {{"success", true}, {"message", "start completed with data"}, {"data", JSONObject{{"n", 1}}}}},
   };
   for (auto& c : cases) {
     for (bool onStrand : {true, false}) {
       auto sdk = std::make_shared<FakeSDK>();
       sdk->script("start", c.answer);
-      EXPECT_EQ(runStart(sdk, kAnswerWins, onStrand), c.expected) << c.name << (onStrand ? "" : " on the pool");
+      EXPECT_EQ(runStart(sdk, kAnswerWins, onStrand), c.expected)
+          << c.name << (onStrand ? "" : " on the pool");
     }
   }
 }
@@ -154,8 +171,8 @@ TEST(CompletionTimeout, LateCompletionIsDropped) {
 }
 
 TEST(CompletionTimeout, ThrowingOperationLeavesMainRunning) {
-  auto race = spawnRace(kShort, "generateInviteUrl",
-                        [](SDKCompletion) { throw std::runtime_error("SDK exploded"); });
+  auto race =
+      spawnRace(kShort, "generateInviteUrl", [](SDKCompletion) { throw std::runtime_error("SDK exploded"); });
   ASSERT_TRUE(testing::pumpUntil([&] { return race->done(); }));
   EXPECT_EQ(race->shaped(), timeoutResult("generateInviteUrl operation timed out after 0.05 seconds"));
   auto sdk = std::make_shared<FakeSDK>();
@@ -173,7 +190,8 @@ TEST(CompletionTimeout, CancellingTheCallerEndsTheRaceAtOnce) {
   EXPECT_FALSE(race->threw);
   auto shaped = race->shaped();
   const JSONObject completed{{"success", true}, {"message", "start completed"}};
-  EXPECT_TRUE(shaped == completed || shaped == timeoutResult("start operation timed out after 120.0 seconds"));
+  EXPECT_TRUE(shaped == completed ||
+              shaped == timeoutResult("start operation timed out after 120.0 seconds"));
 }
 
 TEST(CompletionTimeout, ManyWaitingRacesAllTimeOut) {

@@ -4,8 +4,8 @@
 #include <thread>
 #include <vector>
 
-#include <boost/asio/bind_executor.hpp>
 #include <gtest/gtest.h>
+#include <boost/asio/bind_executor.hpp>
 
 #include "lumetra_rpc/runtime.h"
 #include "support/pump.h"
@@ -16,7 +16,8 @@ namespace {
 // The SDK's completion, the timer and the cancellation handler can all race to resume.
 TEST(SDKContinuationBox, ConcurrentResumesResumeOnce) {
   auto resumed = std::make_shared<std::atomic<int>>(0);
-  auto handler = boost::asio::bind_executor(Runtime::shared().pool(), [resumed](SDKRaceResult) { ++*resumed; });
+  auto handler =
+      boost::asio::bind_executor(Runtime::shared().pool(), [resumed](SDKRaceResult) { ++*resumed; });
   SDKContinuationBox<decltype(handler)> box;
   EXPECT_FALSE(box.resume(SDKAnswer{})) << "an empty box has nobody to resume";
   box.setContinuation(handler);

@@ -5,10 +5,10 @@
 #include <stdexcept>
 #include <thread>
 
+#include <gtest/gtest.h>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
-#include <gtest/gtest.h>
 
 #include "lumetra_rpc/runtime.h"
 #include "support/pump.h"

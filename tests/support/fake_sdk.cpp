@@ -10,8 +10,12 @@
 namespace lumetra_rpc::testing {
 namespace {
 
-AnyCodable optionalAny(const std::optional<JSONObject>& v) { return v ? AnyCodable(*v) : AnyCodable(); }
-AnyCodable optionalAny(const std::optional<std::string>& v) { return v ? AnyCodable(*v) : AnyCodable(); }
+AnyCodable optionalAny(const std::optional<JSONObject>& v) {
+  return v ? AnyCodable(*v) : AnyCodable();
+}
+AnyCodable optionalAny(const std::optional<std::string>& v) {
+  return v ? AnyCodable(*v) : AnyCodable();
+}
 
 AnyCodable bytesAsHex(const Bytes& bytes) {
   std::string hex;
@@ -23,7 +27,9 @@ AnyCodable bytesAsHex(const Bytes& bytes) {
   return hex;
 }
 
-AnyCodable optionalBool(const std::optional<bool>& v) { return v ? AnyCodable(*v) : AnyCodable(); }
+AnyCodable optionalBool(const std::optional<bool>& v) {
+  return v ? AnyCodable(*v) : AnyCodable();
+}
 
 }  // namespace
 
@@ -60,8 +66,12 @@ void FakeSDK::script(std::string operation, ScriptedAnswer answer) {
   scripts_.emplace_back(std::move(operation), std::move(answer));
 }
 
-void FakeSDK::scriptPurchaseDetailsYieldNone(bool none) { write(purchaseDetailsYieldNone_, none); }
-void FakeSDK::scriptContinueUserActivity(bool answer) { write(continueUserActivityAnswer_, answer); }
+void FakeSDK::scriptPurchaseDetailsYieldNone(bool none) {
+  write(purchaseDetailsYieldNone_, none);
+}
+void FakeSDK::scriptContinueUserActivity(bool answer) {
+  write(continueUserActivityAnswer_, answer);
+}
 
 void FakeSDK::scriptIdentity(std::string uid, std::string sdkVersion) {
   std::lock_guard guard(mutex_);
@@ -74,7 +84,10 @@ std::size_t FakeSDK::fireHeld(std::string_view operation) {
   {
     std::lock_guard guard(mutex_);
     for (auto it = held_.begin(); it != held_.end();) {
-      if (it->first != operation) { ++it; continue; }
+      if (it->first != operation) {
+        ++it;
+        continue;
+      }
       due.push_back(std::move(it->second));
       it = held_.erase(it);
     }
@@ -97,11 +110,23 @@ void FakeSDK::answer(const std::string& operation, std::function<void(const Scri
   }
   auto once = [fire = std::move(fire), scripted] { fire(scripted); };
   switch (scripted.reply) {
-    case Reply::kAtOnce: once(); break;
-    case Reply::kTwice: once(); once(); break;
-    case Reply::kNever: break;
-    case Reply::kLate: { std::lock_guard guard(mutex_); held_.emplace_back(operation, once); } break;
-    case Reply::kFromOtherThread: { std::lock_guard guard(mutex_); threads_.emplace_back(once); } break;
+    case Reply::kAtOnce:
+      once();
+      break;
+    case Reply::kTwice:
+      once();
+      once();
+      break;
+    case Reply::kNever:
+      break;
+    case Reply::kLate: {
+      std::lock_guard guard(mutex_);
+      held_.emplace_back(operation, once);
+    } break;
+    case Reply::kFromOtherThread: {
+      std::lock_guard guard(mutex_);
+      threads_.emplace_back(once);
+    } break;
   }
 }
 
@@ -113,7 +138,9 @@ void FakeSDK::record(std::string name, JSONArray args) {
   calls_.push_back(std::move(call));
 }
 
-std::vector<SDKCall> FakeSDK::calls() const { return read(calls_); }
+std::vector<SDKCall> FakeSDK::calls() const {
+  return read(calls_);
+}
 
 std::vector<SDKCall> FakeSDK::callsNamed(std::string_view name) const {
   auto all = calls();
@@ -127,26 +154,33 @@ std::optional<SDKCall> FakeSDK::lastCall(std::string_view name) const {
   return named.back();
 }
 
-std::size_t FakeSDK::count(std::string_view name) const { return callsNamed(name).size(); }
+std::size_t FakeSDK::count(std::string_view name) const {
+  return callsNamed(name).size();
+}
 
 bool FakeSDK::waitForCalls(std::string_view name, std::size_t times) const {
   return pumpUntil([&] { return count(name) >= times; });
 }
 
-std::shared_ptr<RecordingLinkGenerator> FakeSDK::linkGenerator() const { return read(linkGenerator_); }
+std::shared_ptr<RecordingLinkGenerator> FakeSDK::linkGenerator() const {
+  return read(linkGenerator_);
+}
 
 // --- operations that answer ------------------------------------------------------------
 
 void FakeSDK::start(SDKCompletion completion) {
   record("start", {});
-  answer("start", [completion](const ScriptedAnswer& a) { if (completion) completion(a.dictionary, a.error); });
+  answer("start", [completion](const ScriptedAnswer& a) {
+    if (completion) completion(a.dictionary, a.error);
+  });
 }
 
 void FakeSDK::logEvent(const std::string& name, const std::optional<JSONObject>& values,
                        SDKCompletion completion) {
   record("logEventWithCompletion", {name, optionalAny(values)});
-  answer("logEventWithCompletion",
-         [completion](const ScriptedAnswer& a) { if (completion) completion(a.dictionary, a.error); });
+  answer("logEventWithCompletion", [completion](const ScriptedAnswer& a) {
+    if (completion) completion(a.dictionary, a.error);
+  });
 }
 
 void FakeSDK::validateAndLogInAppPurchase(const std::string& productIdentifier, const std::string& price,
@@ -174,8 +208,9 @@ void FakeSDK::validateAndLogInAppPurchase(std::shared_ptr<const LMSDKPurchaseDet
                             {"transactionId", details->transactionId},
                             {"purchaseType", details->purchaseType}};
   record("validateAndLogInAppPurchaseV2", {detailsAny, optionalAny(purchaseAdditionalDetails)});
-  answer("validateAndLogInAppPurchaseV2",
-         [completion](const ScriptedAnswer& a) { if (completion) completion(a.dictionary, a.error); });
+  answer("validateAndLogInAppPurchaseV2", [completion](const ScriptedAnswer& a) {
+    if (completion) completion(a.dictionary, a.error);
+  });
 }
 
 void FakeSDK::logAndOpenStore(const std::string& appID, const std::optional<std::string>& campaign,
@@ -210,9 +245,15 @@ void FakeSDK::setPluginInfo(std::int64_t plugin, const std::string& pluginVersio
   record("setPluginInfo", {AnyCodable(plugin), pluginVersion, optionalAny(additionalParams)});
 }
 
-void FakeSDK::setPhoneNumber(const std::string& value) { record("setPhoneNumber", {value}); }
-void FakeSDK::setHost(const std::string& host, const std::string& prefix) { record("setHost", {host, prefix}); }
-void FakeSDK::setInstallId(const std::string& installId) { record("setInstallId", {installId}); }
+void FakeSDK::setPhoneNumber(const std::string& value) {
+  record("setPhoneNumber", {value});
+}
+void FakeSDK::setHost(const std::string& host, const std::string& prefix) {
+  record("setHost", {host, prefix});
+}
+void FakeSDK::setInstallId(const std::string& installId) {
+  record("setInstallId", {installId});
+}
 
 void FakeSDK::setSharingFilterForPartners(const std::optional<StringList>& partners) {
   record("setSharingFilterForPartners", {partners ? toAny(*partners) : AnyCodable()});
@@ -227,14 +268,16 @@ void FakeSDK::waitForATTUserAuthorization(double timeoutInterval) {
 }
 
 void FakeSDK::setConsentData(const LumetraConsent& c) {
-  record("setConsentData", {JSONObject{
-      {"isUserSubjectToGDPR", optionalBool(c.isUserSubjectToGDPR)},
-      {"hasConsentForDataUsage", optionalBool(c.hasConsentForDataUsage)},
-      {"hasConsentForAdsPersonalization", optionalBool(c.hasConsentForAdsPersonalization)},
-      {"hasConsentForAdStorage", optionalBool(c.hasConsentForAdStorage)}}});
+  record("setConsentData",
+         {JSONObject{{"isUserSubjectToGDPR", optionalBool(c.isUserSubjectToGDPR)},
+                     {"hasConsentForDataUsage", optionalBool(c.hasConsentForDataUsage)},
+                     {"hasConsentForAdsPersonalization", optionalBool(c.hasConsentForAdsPersonalization)},
+                     {"hasConsentForAdStorage", optionalBool(c.hasConsentForAdStorage)}}});
 }
 
-void FakeSDK::enableTCFDataCollection(bool enable) { record("enableTCFDataCollection", {enable}); }
+void FakeSDK::enableTCFDataCollection(bool enable) {
+  record("enableTCFDataCollection", {enable});
+}
 
 void FakeSDK::appendParametersToDeepLinkingURL(const std::string& containsString,
                                                const StringDictionary& parameters) {
@@ -247,7 +290,8 @@ void FakeSDK::addPushNotificationDeepLinkPath(const StringList& path) {
 }
 
 void FakeSDK::enableFacebookDeferredApplinks(const std::optional<ClassHandle>& appLinkUtility) {
-  record("enableFacebookDeferredApplinks", {appLinkUtility ? AnyCodable(appLinkUtility->name) : AnyCodable()});
+  record("enableFacebookDeferredApplinks",
+         {appLinkUtility ? AnyCodable(appLinkUtility->name) : AnyCodable()});
 }
 
 void FakeSDK::handleOpenUrl(const URLValue& url, const std::optional<JSONObject>& options) {
@@ -256,9 +300,9 @@ void FakeSDK::handleOpenUrl(const URLValue& url, const std::optional<JSONObject>
 
 bool FakeSDK::continueUserActivity(const LMUserActivity& activity,
                                    std::function<void(std::vector<OpaqueValue>)> restorationHandler) {
-  record("continueUserActivity", {JSONObject{{"activityType", activity.activityType},
-                                             {"webpageURL", toAny(activity.webpageURL)}},
-                                  static_cast<bool>(restorationHandler)});
+  record("continueUserActivity",
+         {JSONObject{{"activityType", activity.activityType}, {"webpageURL", toAny(activity.webpageURL)}},
+          static_cast<bool>(restorationHandler)});
   return read(continueUserActivityAnswer_);
 }
 
@@ -279,26 +323,34 @@ void FakeSDK::logCrossPromoteImpression(const std::string& appID, const std::opt
   record("logCrossPromoteImpression", {appID, optionalAny(campaign), optionalAny(parameters)});
 }
 
-void FakeSDK::logInvite(const std::optional<std::string>& channel, const std::optional<JSONObject>& parameters) {
+void FakeSDK::logInvite(const std::optional<std::string>& channel,
+                        const std::optional<JSONObject>& parameters) {
   record("logInvite", {optionalAny(channel), optionalAny(parameters)});
 }
 
-std::shared_ptr<const LMSDKPurchaseDetails> FakeSDK::makePurchaseDetails(
-    const std::string& productId, const std::string& transactionId, std::int64_t purchaseType) {
+std::shared_ptr<const LMSDKPurchaseDetails> FakeSDK::makePurchaseDetails(const std::string& productId,
+                                                                         const std::string& transactionId,
+                                                                         std::int64_t purchaseType) {
   record("makePurchaseDetails", {productId, transactionId, AnyCodable(purchaseType)});
   if (read(purchaseDetailsYieldNone_)) return nullptr;
   return std::make_shared<const LMSDKPurchaseDetails>(
       LMSDKPurchaseDetails{productId, transactionId, purchaseType});
 }
 
-void FakeSDK::handlePushNotification(const JSONObject& payload) { record("handlePushNotification", {payload}); }
-void FakeSDK::registerUninstall(const Bytes& deviceToken) { record("registerUninstall", {bytesAsHex(deviceToken)}); }
+void FakeSDK::handlePushNotification(const JSONObject& payload) {
+  record("handlePushNotification", {payload});
+}
+void FakeSDK::registerUninstall(const Bytes& deviceToken) {
+  record("registerUninstall", {bytesAsHex(deviceToken)});
+}
 
 void FakeSDK::setUserEmails(const StringList& emails, std::int64_t cryptType) {
   record("setUserEmails", {toAny(emails), AnyCodable(cryptType)});
 }
 
-void FakeSDK::logLocation(double longitude, double latitude) { record("logLocation", {longitude, latitude}); }
+void FakeSDK::logLocation(double longitude, double latitude) {
+  record("logLocation", {longitude, latitude});
+}
 
 std::string FakeSDK::getLumetraUID() {
   record("getLumetraUID", {});

@@ -70,15 +70,17 @@ class RecordingLinkGenerator : public LumetraLinkGenerator {
 };
 
 // A property whose getter returns what the setter stored; the setter is journaled.
-#define LMRPC_FAKE_PROPERTY(Type, Param, getter, Setter)                 \
- public:                                                                  \
-  Type getter() const override { return read(getter##_); }               \
-  void set##Setter(Param value) override {                                \
-    write(getter##_, value);                                              \
-    record("set" #Setter, {toAny(value)});                                \
-  }                                                                       \
-                                                                          \
- private:                                                                 \
+#define LMRPC_FAKE_PROPERTY(Type, Param, getter, Setter) \
+ public:                                                 \
+  Type getter() const override {                         \
+    return read(getter##_);                              \
+  }                                                      \
+  void set##Setter(Param value) override {               \
+    write(getter##_, value);                             \
+    record("set" #Setter, {toAny(value)});               \
+  }                                                      \
+                                                         \
+ private:                                                \
   Type getter##_{};
 
 class FakeSDK : public LMRPCSDKCapabilities {
@@ -127,12 +129,12 @@ class FakeSDK : public LMRPCSDKCapabilities {
   LMRPC_FAKE_PROPERTY(StringList, const StringList&, hoplineCustomDomains, HoplineCustomDomains)
   LMRPC_FAKE_PROPERTY(std::uint64_t, std::uint64_t, minTimeBetweenSessions, MinTimeBetweenSessions)
   LMRPC_FAKE_PROPERTY(std::uint64_t, std::uint64_t, deepLinkTimeout, DeepLinkTimeout)
-  LMRPC_FAKE_PROPERTY(std::optional<URLValue>, const std::optional<URLValue>&,
-                      facebookDeferredAppLink, FacebookDeferredAppLink)
-  LMRPC_FAKE_PROPERTY(std::weak_ptr<LumetraLibDelegate>, std::weak_ptr<LumetraLibDelegate>,
-                      delegate, Delegate)
-  LMRPC_FAKE_PROPERTY(std::weak_ptr<LumetraDeepLinkDelegate>,
-                      std::weak_ptr<LumetraDeepLinkDelegate>, deepLinkDelegate, DeepLinkDelegate)
+  LMRPC_FAKE_PROPERTY(std::optional<URLValue>, const std::optional<URLValue>&, facebookDeferredAppLink,
+                      FacebookDeferredAppLink)
+  LMRPC_FAKE_PROPERTY(std::weak_ptr<LumetraLibDelegate>, std::weak_ptr<LumetraLibDelegate>, delegate,
+                      Delegate)
+  LMRPC_FAKE_PROPERTY(std::weak_ptr<LumetraDeepLinkDelegate>, std::weak_ptr<LumetraDeepLinkDelegate>,
+                      deepLinkDelegate, DeepLinkDelegate)
 
  public:
   void start(SDKCompletion completion) override;
@@ -176,9 +178,9 @@ class FakeSDK : public LMRPCSDKCapabilities {
                          std::function<void(std::optional<URLValue>)> completionHandler) override;
   void logInvite(const std::optional<std::string>& channel,
                  const std::optional<JSONObject>& parameters) override;
-  std::shared_ptr<const LMSDKPurchaseDetails> makePurchaseDetails(
-      const std::string& productId, const std::string& transactionId,
-      std::int64_t purchaseType) override;
+  std::shared_ptr<const LMSDKPurchaseDetails> makePurchaseDetails(const std::string& productId,
+                                                                  const std::string& transactionId,
+                                                                  std::int64_t purchaseType) override;
   void handlePushNotification(const JSONObject& pushPayload) override;
   void registerUninstall(const Bytes& deviceToken) override;
   void setUserEmails(const StringList& emails, std::int64_t cryptType) override;
@@ -194,7 +196,9 @@ class FakeSDK : public LMRPCSDKCapabilities {
   static AnyCodable toAny(const StringList& v);
   static AnyCodable toAny(const std::optional<URLValue>& v);
   template <typename D>
-  static AnyCodable toAny(const std::weak_ptr<D>& v) { return !v.expired(); }
+  static AnyCodable toAny(const std::weak_ptr<D>& v) {
+    return !v.expired();
+  }
 
  private:
   void record(std::string name, JSONArray args);

@@ -66,8 +66,19 @@ TEST(JSONReader, KeepsKindsApartAndRoundTripsStructures) {
 
 TEST(JSONReader, RefusesMalformedTextAndInvalidUnicode) {
   const std::string refused[] = {
-      "", " ", "[1,]", "{\"a\" 1}", "[1] x", "nul", "tru", "01", "\"\xff\"",
-      R"("\ud800")", R"("\udc00")", R"("\ud800\u0041")", std::string("[1,\0 2]", 7),
+      "",
+      " ",
+      "[1,]",
+      "{\"a\" 1}",
+      "[1] x",
+      "nul",
+      "tru",
+      "01",
+      "\"\xff\"",
+      R"("\ud800")",
+      R"("\udc00")",
+      R"("\ud800\u0041")",
+      std::string("[1,\0 2]", 7),
       std::string("\"a\0b\"", 5),
   };
   for (const auto& text : refused) EXPECT_FALSE(readJSON(text)) << text;

@@ -10,14 +10,13 @@ Expected<std::unique_ptr<CallJournal>, std::string> CallJournal::open(const std:
   return std::make_unique<CallJournal>(std::move(file));
 }
 
-void CallJournal::record(std::string_view call, JSONArray args,
-                         std::optional<std::string_view> className) {
+void CallJournal::record(std::string_view call, JSONArray args, std::optional<std::string_view> className) {
   JSONObject line{{"args", AnyCodable(std::move(args))}, {"call", AnyCodable(call)}};
   if (className) line.emplace("class", AnyCodable(*className));
   auto text = writeJSON(AnyCodable(std::move(line)));
   // An argument the writer refuses (a non-finite number) still leaves a trace of the call.
-  std::string written = text ? std::move(text.value())
-                             : R"({"args":null,"call":")" + std::string(call) + "\"}";
+  std::string written =
+      text ? std::move(text.value()) : R"({"args":null,"call":")" + std::string(call) + "\"}";
   std::lock_guard lock(mutex_);
   file_ << written << '\n';
   file_.flush();
@@ -75,7 +74,9 @@ AnyCodable toJournal(const StringDictionary& dictionary) {
   return AnyCodable(std::move(object));
 }
 
-AnyCodable toJournal(const URLValue& url) { return AnyCodable(url.absoluteString); }
+AnyCodable toJournal(const URLValue& url) {
+  return AnyCodable(url.absoluteString);
+}
 
 AnyCodable toJournal(const std::optional<URLValue>& url) {
   return url ? toJournal(*url) : AnyCodable();
@@ -100,11 +101,11 @@ AnyCodable optionalBool(const std::optional<bool>& flag) {
 }  // namespace
 
 AnyCodable toJournal(const LumetraConsent& consent) {
-  return AnyCodable(JSONObject{
-      {"hasConsentForAdStorage", optionalBool(consent.hasConsentForAdStorage)},
-      {"hasConsentForAdsPersonalization", optionalBool(consent.hasConsentForAdsPersonalization)},
-      {"hasConsentForDataUsage", optionalBool(consent.hasConsentForDataUsage)},
-      {"isUserSubjectToGDPR", optionalBool(consent.isUserSubjectToGDPR)}});
+  return AnyCodable(
+      JSONObject{{"hasConsentForAdStorage", optionalBool(consent.hasConsentForAdStorage)},
+                 {"hasConsentForAdsPersonalization", optionalBool(consent.hasConsentForAdsPersonalization)},
+                 {"hasConsentForDataUsage", optionalBool(consent.hasConsentForDataUsage)},
+                 {"isUserSubjectToGDPR", optionalBool(consent.isUserSubjectToGDPR)}});
 }
 
 AnyCodable toJournal(const std::shared_ptr<const LMSDKPurchaseDetails>& details) {

@@ -39,12 +39,12 @@ std::string storeClickURL(const std::string& appID, const std::optional<std::str
 
 }  // namespace
 
-void LumetraCrossPromotionHelper::logCrossPromoteImpression(
-    const std::string& appID, const std::optional<std::string>& campaign,
-    const std::optional<AnyKeyMap>& parameters) {
-  LumetraLib::shared()->context().record("logCrossPromoteImpression:campaign:parameters:",
-                                         {appID, toJournal(campaign), toJournal(parameters)},
-                                         kCrossPromotionHelper);
+void LumetraCrossPromotionHelper::logCrossPromoteImpression(const std::string& appID,
+                                                            const std::optional<std::string>& campaign,
+                                                            const std::optional<AnyKeyMap>& parameters) {
+  LumetraLib::shared()->context().record(
+      "logCrossPromoteImpression:campaign:parameters:", {appID, toJournal(campaign), toJournal(parameters)},
+      kCrossPromotionHelper);
 }
 
 void LumetraCrossPromotionHelper::logAndOpenStore(const std::string& appID,
@@ -67,8 +67,12 @@ void SimLinkGenerator::set(std::string_view call, const std::string& name, const
   query_.insert_or_assign(name, AnyCodable(value));
 }
 
-void SimLinkGenerator::setChannel(const std::string& v) { set("setChannel:", "channel", v); }
-void SimLinkGenerator::setCampaign(const std::string& v) { set("setCampaign:", "campaign", v); }
+void SimLinkGenerator::setChannel(const std::string& v) {
+  set("setChannel:", "channel", v);
+}
+void SimLinkGenerator::setCampaign(const std::string& v) {
+  set("setCampaign:", "campaign", v);
+}
 void SimLinkGenerator::setReferrerName(const std::string& v) {
   set("setReferrerName:", "referrer_name", v);
 }
@@ -78,7 +82,9 @@ void SimLinkGenerator::setReferrerImageURL(const std::string& v) {
 void SimLinkGenerator::setReferrerCustomerId(const std::string& v) {
   set("setReferrerCustomerId:", "referrer_customer_id", v);
 }
-void SimLinkGenerator::setDeeplinkPath(const std::string& v) { set("setDeeplinkPath:", "deeplink_path", v); }
+void SimLinkGenerator::setDeeplinkPath(const std::string& v) {
+  set("setDeeplinkPath:", "deeplink_path", v);
+}
 void SimLinkGenerator::setBaseDeeplink(const std::string& v) {
   set("setBaseDeeplink:", "base_deeplink", v);
 }
@@ -116,15 +122,13 @@ void LumetraShareInviteHelper::generateInviteUrlWithLinkGenerator(GeneratorBlock
   if (reply.kind == URLReply::Kind::url) {
     url = URLValue{reply.url.value_or((returned ? returned : given)->inviteURL())};
   }
-  context.answer(reply.timing, [completionHandler = std::move(completionHandler), url] {
-    completionHandler(url);
-  });
+  context.answer(reply.timing,
+                 [completionHandler = std::move(completionHandler), url] { completionHandler(url); });
 }
 
 void LumetraShareInviteHelper::logInvite(const std::optional<std::string>& channel,
                                          const std::optional<AnyKeyMap>& parameters) {
-  LumetraLib::shared()->context().record("logInvite:parameters:",
-                                         {toJournal(channel), toJournal(parameters)},
+  LumetraLib::shared()->context().record("logInvite:parameters:", {toJournal(channel), toJournal(parameters)},
                                          kShareInviteHelper);
 }
 
@@ -132,8 +136,8 @@ std::shared_ptr<const LMSDKPurchaseDetails> initPurchaseDetails(const std::strin
                                                                 const std::string& transactionId,
                                                                 std::int64_t purchaseType) {
   auto& context = LumetraLib::shared()->context();
-  context.record("initWithProductId:transactionId:purchaseType:",
-                 {productId, transactionId, purchaseType}, "LMSDKPurchaseDetails");
+  context.record("initWithProductId:transactionId:purchaseType:", {productId, transactionId, purchaseType},
+                 "LMSDKPurchaseDetails");
   if (context.config().purchaseDetailsFail) return nullptr;
   return std::make_shared<const LMSDKPurchaseDetails>(
       LMSDKPurchaseDetails{productId, transactionId, purchaseType});

@@ -16,8 +16,7 @@ class LumetraCrossPromotionHelper {
  public:
   using OpenStoreBlock = std::function<void(OpaqueValue urlSession, URLValue clickURL)>;
 
-  static void logCrossPromoteImpression(const std::string& appID,
-                                        const std::optional<std::string>& campaign,
+  static void logCrossPromoteImpression(const std::string& appID, const std::optional<std::string>& campaign,
                                         const std::optional<AnyKeyMap>& parameters);
   static void logAndOpenStore(const std::string& appID, const std::optional<std::string>& campaign,
                               const std::optional<AnyKeyMap>& parameters, OpenStoreBlock openStore);
@@ -53,8 +52,7 @@ class LumetraShareInviteHelper {
   using GeneratorBlock = LinkGeneratorCallback;
   using InviteURLBlock = std::function<void(std::optional<URLValue> url)>;
 
-  static void generateInviteUrlWithLinkGenerator(GeneratorBlock generator,
-                                                 InviteURLBlock completionHandler);
+  static void generateInviteUrlWithLinkGenerator(GeneratorBlock generator, InviteURLBlock completionHandler);
   static void logInvite(const std::optional<std::string>& channel,
                         const std::optional<AnyKeyMap>& parameters);
 };

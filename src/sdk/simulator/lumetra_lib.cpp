@@ -23,8 +23,7 @@ void reportToConversionDelegate(SimulatorContext& context, const CompletionReply
       failed ? delegate->onAppOpenAttributionFailure(reply.error)
              : delegate->onAppOpenAttribution(reply.data);
     } else {
-      failed ? delegate->onConversionDataFail(reply.error)
-             : delegate->onConversionDataSuccess(reply.data);
+      failed ? delegate->onConversionDataFail(reply.error) : delegate->onConversionDataSuccess(reply.data);
     }
   });
 }
@@ -106,8 +105,7 @@ void LumetraLib::setSharingFilterForPartners(const std::optional<StringList>& pa
   context_->record("setSharingFilterForPartners:", {toJournal(partners)});
 }
 
-void LumetraLib::setPartnerDataWithPartnerId(const std::string& partnerId,
-                                             const AnyKeyMap& partnerInfo) {
+void LumetraLib::setPartnerDataWithPartnerId(const std::string& partnerId, const AnyKeyMap& partnerInfo) {
   context_->record("setPartnerDataWithPartnerId:partnerInfo:", {partnerId, toJournal(partnerInfo)});
 }
 
@@ -133,8 +131,7 @@ void LumetraLib::addPushNotificationDeepLinkPath(const StringList& deepLinkPath)
   context_->record("addPushNotificationDeepLinkPath:", {toJournal(deepLinkPath)});
 }
 
-void LumetraLib::enableFacebookDeferredApplinksWithClass(
-    const std::optional<ClassHandle>& appLinkUtility) {
+void LumetraLib::enableFacebookDeferredApplinksWithClass(const std::optional<ClassHandle>& appLinkUtility) {
   context_->record("enableFacebookDeferredApplinksWithClass:", {toJournal(appLinkUtility)});
 }
 
@@ -174,9 +171,8 @@ void LumetraLib::reportOpenedURL() {
   if (config.deepLink) reportToDeepLinkDelegate(*context_, *config.deepLink, delegates_);
 }
 
-void LumetraLib::validateAndLogInAppPurchase(const std::string& productIdentifier,
-                                             const std::string& price, const std::string& currency,
-                                             const std::string& transactionId,
+void LumetraLib::validateAndLogInAppPurchase(const std::string& productIdentifier, const std::string& price,
+                                             const std::string& currency, const std::string& transactionId,
                                              const std::optional<AnyKeyMap>& additionalParameters,
                                              SuccessBlock success, FailureBlock failure) {
   context_->record(

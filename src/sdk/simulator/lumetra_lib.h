@@ -119,12 +119,13 @@ class LumetraLib {
 
   void validateAndLogInAppPurchase(const std::string& productIdentifier, const std::string& price,
                                    const std::string& currency, const std::string& transactionId,
-                                   const std::optional<AnyKeyMap>& additionalParameters,
-                                   SuccessBlock success, FailureBlock failure);
+                                   const std::optional<AnyKeyMap>& additionalParameters, SuccessBlock success,
+                                   FailureBlock failure);
   void validateAndLogInAppPurchase(std::shared_ptr<const LMSDKPurchaseDetails> details,
                                    const std::optional<AnyKeyMap>& purchaseAdditionalDetails,
                                    CompletionBlock completion);
-  void logAdRevenue(const LMAdRevenueData& adRevenueData, const std::optional<AnyKeyMap>& additionalParameters);
+  void logAdRevenue(const LMAdRevenueData& adRevenueData,
+                    const std::optional<AnyKeyMap>& additionalParameters);
 
   void handlePushNotification(const AnyKeyMap& pushPayload);
   void registerUninstall(const Bytes& deviceToken);

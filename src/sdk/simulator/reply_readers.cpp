@@ -75,8 +75,7 @@ Expected<SDKError, std::string> readError(const AnyCodable& value, std::string_v
   return error;
 }
 
-Expected<CompletionReply, std::string> readCompletionReply(const AnyCodable& value,
-                                                           std::string_view path,
+Expected<CompletionReply, std::string> readCompletionReply(const AnyCodable& value, std::string_view path,
                                                            CompletionReply reply) {
   const auto* object = value.getIf<JSONObject>();
   if (!object) return mustBe(path, "an object");
@@ -125,8 +124,7 @@ Expected<URLReply, std::string> readURLReply(const AnyCodable& value, std::strin
 
 namespace {
 
-Expected<LumetraDeepLink, std::string> readDeepLink(const AnyCodable& value,
-                                                    std::string_view path) {
+Expected<LumetraDeepLink, std::string> readDeepLink(const AnyCodable& value, std::string_view path) {
   const auto* object = value.getIf<JSONObject>();
   if (!object) return mustBe(path, "an object");
   LumetraDeepLink link;
@@ -147,8 +145,7 @@ Expected<LumetraDeepLink, std::string> readDeepLink(const AnyCodable& value,
 
 }  // namespace
 
-Expected<DeepLinkReport, std::string> readDeepLinkReport(const AnyCodable& value,
-                                                         std::string_view path) {
+Expected<DeepLinkReport, std::string> readDeepLinkReport(const AnyCodable& value, std::string_view path) {
   const auto* object = value.getIf<JSONObject>();
   if (!object) return mustBe(path, "an object");
   DeepLinkReport report;

@@ -18,11 +18,9 @@ AnyKeyMap toAnyKeyMap(const JSONObject& object);
 
 Expected<SDKError, std::string> readError(const AnyCodable& value, std::string_view path);
 // Starts from `reply` so that an answer given only a delay keeps the default data.
-Expected<CompletionReply, std::string> readCompletionReply(const AnyCodable& value,
-                                                           std::string_view path,
+Expected<CompletionReply, std::string> readCompletionReply(const AnyCodable& value, std::string_view path,
                                                            CompletionReply reply);
 Expected<URLReply, std::string> readURLReply(const AnyCodable& value, std::string_view path);
-Expected<DeepLinkReport, std::string> readDeepLinkReport(const AnyCodable& value,
-                                                         std::string_view path);
+Expected<DeepLinkReport, std::string> readDeepLinkReport(const AnyCodable& value, std::string_view path);
 
 }  // namespace lumetra_rpc::simulator

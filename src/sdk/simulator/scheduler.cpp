@@ -6,7 +6,9 @@ namespace lumetra_rpc::simulator {
 
 SimScheduler::SimScheduler() : thread_([this] { run(); }) {}
 
-SimScheduler::~SimScheduler() { shutdown(); }
+SimScheduler::~SimScheduler() {
+  shutdown();
+}
 
 bool SimScheduler::later(const Job& a, const Job& b) {
   return a.due != b.due ? a.due > b.due : a.sequence > b.sequence;

@@ -24,14 +24,14 @@ std::shared_ptr<LumetraLib> LumetraLib::shared() {
   auto& slot = sharedSlot();
   std::lock_guard lock(slot.mutex);
   if (!slot.instance) {
-    slot.instance = std::make_shared<LumetraLib>(
-        std::make_shared<SimulatorContext>(defaultSimulatorConfig(), nullptr));
+    slot.instance =
+        std::make_shared<LumetraLib>(std::make_shared<SimulatorContext>(defaultSimulatorConfig(), nullptr));
   }
   return slot.instance;
 }
 
-Expected<std::monostate, std::string> configureSimulator(
-    SimulatorConfig config, const std::optional<std::string>& journalPath) {
+Expected<std::monostate, std::string> configureSimulator(SimulatorConfig config,
+                                                         const std::optional<std::string>& journalPath) {
   std::unique_ptr<CallJournal> journal;
   if (journalPath) {
     auto opened = CallJournal::open(*journalPath);
@@ -40,8 +40,8 @@ Expected<std::monostate, std::string> configureSimulator(
   }
   platform::setRunningOSVersion(config.osVersion);
   platform::setPresentClasses(config.classes);
-  auto replacement = std::make_shared<LumetraLib>(
-      std::make_shared<SimulatorContext>(std::move(config), std::move(journal)));
+  auto replacement =
+      std::make_shared<LumetraLib>(std::make_shared<SimulatorContext>(std::move(config), std::move(journal)));
   std::shared_ptr<LumetraLib> previous;
   {
     auto& slot = sharedSlot();
@@ -52,12 +52,16 @@ Expected<std::monostate, std::string> configureSimulator(
   return std::monostate{};
 }
 
-bool simulatorIdle() { return LumetraLib::shared()->context().scheduler().idle(); }
+bool simulatorIdle() {
+  return LumetraLib::shared()->context().scheduler().idle();
+}
 
 bool waitForSimulatorIdle(std::chrono::milliseconds ceiling) {
   return LumetraLib::shared()->context().scheduler().waitIdle(ceiling);
 }
 
-void shutdownSimulator() { LumetraLib::shared()->context().scheduler().shutdown(); }
+void shutdownSimulator() {
+  LumetraLib::shared()->context().scheduler().shutdown();
+}
 
 }  // namespace lumetra_rpc::simulator

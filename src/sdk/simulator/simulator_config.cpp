@@ -65,8 +65,7 @@ Expected<std::vector<std::string>, std::string> readClasses(const JSONObject& ro
   return names;
 }
 
-Expected<std::monostate, std::string> readReplies(const JSONObject& root,
-                                                  SimulatorConfig& config) {
+Expected<std::monostate, std::string> readReplies(const JSONObject& root, SimulatorConfig& config) {
   const auto* value = member(root, "replies");
   if (!value) return std::monostate{};
   const auto* replies = value->getIf<JSONObject>();
@@ -97,8 +96,7 @@ Expected<std::monostate, std::string> readReplies(const JSONObject& root,
   return std::monostate{};
 }
 
-Expected<std::monostate, std::string> readReports(const JSONObject& root,
-                                                  SimulatorConfig& config) {
+Expected<std::monostate, std::string> readReports(const JSONObject& root, SimulatorConfig& config) {
   for (auto [key, slot] : {std::pair{"conversion", &config.conversion},
                            std::pair{"appOpenAttribution", &config.appOpenAttribution}}) {
     if (const auto* value = member(root, key)) {
@@ -115,8 +113,7 @@ Expected<std::monostate, std::string> readReports(const JSONObject& root,
   return std::monostate{};
 }
 
-Expected<std::monostate, std::string> readTopLevel(const JSONObject& root,
-                                                   SimulatorConfig& config) {
+Expected<std::monostate, std::string> readTopLevel(const JSONObject& root, SimulatorConfig& config) {
   auto uid = readString(root, "uid", config.uid);
   if (!uid) return Failure{uid.error()};
   config.uid = *uid;
