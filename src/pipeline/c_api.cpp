@@ -9,6 +9,7 @@
 
 #include "lumetra_rpc/bridge.h"
 #include "lumetra_rpc/runtime.h"
+#include "pipeline/text_encoding.h"
 
 using lumetra_rpc::LumetraRPCBridge;
 using lumetra_rpc::Runtime;
@@ -35,6 +36,11 @@ void lmrpc_execute_json(const char* text, size_t length, lmrpc_text_callback com
       handOver(completion, context, response);
     });
   } catch (...) {
+    // Only the copy of the text (or the facade's creation) can fail, before the request
+    // was handed on; the host still gets its one answer, here rather than never.
+    handOver(
+        completion, context,
+        lumetra_rpc::encodeErrorResponse({500, "An unexpected internal error occurred", {}}, std::nullopt));
   }
 }
 
