@@ -59,7 +59,7 @@ SDKOutcome apply(SDK& sdk, const LMRPCSetPartnerDataRequest& r) {
 
 }  // namespace
 
-boost::asio::awaitable<SDKOutcome> LMRPCComplexConfigHandler::handle(
+RoutedOutcome LMRPCComplexConfigHandler::handle(
     LMRPCComplexConfigRequest request) const {
   auto visitCase = [sdk = sdk_](auto&& record) { return apply(*sdk, record); };
   return handlers::dispatchCase(std::move(request), std::move(visitCase));

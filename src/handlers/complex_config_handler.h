@@ -2,11 +2,10 @@
 
 #include <memory>
 
-#include <boost/asio/awaitable.hpp>
-
 #include "parsing/parsed_request.h"
 #include "sdk/capabilities.h"
 #include "supervision/outcome.h"
+#include "supervision/routed_outcome.h"
 
 namespace lumetra_rpc {
 
@@ -15,7 +14,7 @@ class LMRPCComplexConfigHandler {
  public:
   explicit LMRPCComplexConfigHandler(std::shared_ptr<LMRPCComplexConfigSDK> sdk) : sdk_(std::move(sdk)) {}
 
-  boost::asio::awaitable<SDKOutcome> handle(LMRPCComplexConfigRequest request) const;
+  RoutedOutcome handle(LMRPCComplexConfigRequest request) const;
 
  private:
   std::shared_ptr<LMRPCComplexConfigSDK> sdk_;

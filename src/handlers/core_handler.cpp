@@ -74,7 +74,7 @@ SDKOutcome apply(const CoreContext& ctx, LMRPCSetPluginInfoRequest request) {
 
 }  // namespace
 
-awaitable<SDKOutcome> LMRPCCoreHandler::handle(LMRPCCoreRequest request) const {
+RoutedOutcome LMRPCCoreHandler::handle(LMRPCCoreRequest request) const {
   CoreContext ctx{sdk_, timeoutConfig_};
   auto visitCase = [ctx](auto&& record) { return apply(ctx, std::move(record)); };
   return handlers::dispatchCase(std::move(request), std::move(visitCase));

@@ -29,7 +29,7 @@ SDKOutcome apply(SDK& sdk, const LMRPCGetSDKVersionRequest&) {
 
 }  // namespace
 
-boost::asio::awaitable<SDKOutcome> LMRPCDataHandler::handle(LMRPCDataRequest request) const {
+RoutedOutcome LMRPCDataHandler::handle(LMRPCDataRequest request) const {
   auto visitCase = [sdk = sdk_](auto&& record) { return apply(*sdk, record); };
   return handlers::dispatchCase(std::move(request), std::move(visitCase));
 }

@@ -90,7 +90,7 @@ awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCPerformOnAppAttributionReque
 
 }  // namespace
 
-awaitable<SDKOutcome> LMRPCDeepLinkHandler::handle(LMRPCDeepLinkRequest request) const {
+RoutedOutcome LMRPCDeepLinkHandler::handle(LMRPCDeepLinkRequest request) const {
   auto visitCase = [sdk = sdk_](auto&& record) { return apply(sdk, std::move(record)); };
   return handlers::dispatchCase(std::move(request), std::move(visitCase));
 }

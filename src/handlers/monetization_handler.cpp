@@ -125,7 +125,7 @@ SDKOutcome apply(const MonetizationContext& ctx, const LMRPCLogInviteRequest& r)
 
 }  // namespace
 
-awaitable<SDKOutcome> LMRPCMonetizationHandler::handle(LMRPCMonetizationRequest request) const {
+RoutedOutcome LMRPCMonetizationHandler::handle(LMRPCMonetizationRequest request) const {
   MonetizationContext ctx{sdk_, timeoutConfig_};
   auto visitCase = [ctx](auto&& record) { return apply(ctx, std::move(record)); };
   return handlers::dispatchCase(std::move(request), std::move(visitCase));

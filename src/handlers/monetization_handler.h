@@ -2,11 +2,10 @@
 
 #include <memory>
 
-#include <boost/asio/awaitable.hpp>
-
 #include "parsing/parsed_request.h"
 #include "sdk/capabilities.h"
 #include "supervision/outcome.h"
+#include "supervision/routed_outcome.h"
 #include "supervision/timeout_config.h"
 
 namespace lumetra_rpc {
@@ -17,7 +16,7 @@ class LMRPCMonetizationHandler {
   LMRPCMonetizationHandler(std::shared_ptr<LMRPCMonetizationSDK> sdk, TimeoutConfig timeoutConfig)
       : sdk_(std::move(sdk)), timeoutConfig_(timeoutConfig) {}
 
-  boost::asio::awaitable<SDKOutcome> handle(LMRPCMonetizationRequest request) const;
+  RoutedOutcome handle(LMRPCMonetizationRequest request) const;
 
  private:
   std::shared_ptr<LMRPCMonetizationSDK> sdk_;

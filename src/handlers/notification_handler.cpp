@@ -21,7 +21,7 @@ SDKOutcome apply(SDK& sdk, const LMRPCRegisterUninstallRequest& r) {
 
 }  // namespace
 
-boost::asio::awaitable<SDKOutcome> LMRPCNotificationHandler::handle(LMRPCNotificationRequest request) const {
+RoutedOutcome LMRPCNotificationHandler::handle(LMRPCNotificationRequest request) const {
   auto visitCase = [sdk = sdk_](auto&& record) { return apply(*sdk, record); };
   return handlers::dispatchCase(std::move(request), std::move(visitCase));
 }

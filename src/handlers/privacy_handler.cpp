@@ -38,7 +38,7 @@ SDKOutcome apply(SDK& sdk, const LMRPCEnableTCFDataCollectionRequest& r) {
 
 }  // namespace
 
-boost::asio::awaitable<SDKOutcome> LMRPCPrivacyHandler::handle(LMRPCPrivacyRequest request) const {
+RoutedOutcome LMRPCPrivacyHandler::handle(LMRPCPrivacyRequest request) const {
   auto visitCase = [sdk = sdk_](auto&& record) { return apply(*sdk, record); };
   return handlers::dispatchCase(std::move(request), std::move(visitCase));
 }

@@ -2,11 +2,10 @@
 
 #include <memory>
 
-#include <boost/asio/awaitable.hpp>
-
 #include "parsing/parsed_request.h"
 #include "sdk/capabilities.h"
 #include "supervision/outcome.h"
+#include "supervision/routed_outcome.h"
 
 namespace lumetra_rpc {
 
@@ -15,7 +14,7 @@ class LMRPCPrivacyHandler {
  public:
   explicit LMRPCPrivacyHandler(std::shared_ptr<LMRPCPrivacySDK> sdk) : sdk_(std::move(sdk)) {}
 
-  boost::asio::awaitable<SDKOutcome> handle(LMRPCPrivacyRequest request) const;
+  RoutedOutcome handle(LMRPCPrivacyRequest request) const;
 
  private:
   std::shared_ptr<LMRPCPrivacySDK> sdk_;

@@ -87,7 +87,7 @@ SDKOutcome apply(SDK& sdk, const LMRPCSetStoppedRequest& r) {
 
 }  // namespace
 
-boost::asio::awaitable<SDKOutcome> LMRPCSimpleConfigHandler::handle(LMRPCSimpleConfigRequest request) const {
+RoutedOutcome LMRPCSimpleConfigHandler::handle(LMRPCSimpleConfigRequest request) const {
   auto visitCase = [sdk = sdk_](auto&& record) { return apply(*sdk, record); };
   return handlers::dispatchCase(std::move(request), std::move(visitCase));
 }

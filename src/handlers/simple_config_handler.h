@@ -2,11 +2,10 @@
 
 #include <memory>
 
-#include <boost/asio/awaitable.hpp>
-
 #include "parsing/parsed_request.h"
 #include "sdk/capabilities.h"
 #include "supervision/outcome.h"
+#include "supervision/routed_outcome.h"
 
 namespace lumetra_rpc {
 
@@ -15,7 +14,7 @@ class LMRPCSimpleConfigHandler {
  public:
   explicit LMRPCSimpleConfigHandler(std::shared_ptr<LMRPCSimpleConfigSDK> sdk) : sdk_(std::move(sdk)) {}
 
-  boost::asio::awaitable<SDKOutcome> handle(LMRPCSimpleConfigRequest request) const;
+  RoutedOutcome handle(LMRPCSimpleConfigRequest request) const;
 
  private:
   std::shared_ptr<LMRPCSimpleConfigSDK> sdk_;

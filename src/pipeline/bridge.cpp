@@ -1,8 +1,6 @@
 #include "lumetra_rpc/bridge.h"
 
-#include <boost/asio/co_spawn.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/strand.hpp>
 
 #include "lumetra_rpc/runtime.h"
 #include "pipeline/text_encoding.h"
@@ -76,28 +74,14 @@ void LumetraRPCBridge::executeJson(std::string jsonRequest, TextHandler completi
     });
     return;
   }
-  try {
-    auto strand = boost::asio::make_strand(Runtime::shared().pool());
-    auto deliver = [completion](std::exception_ptr failure, std::string text) mutable {
-      if (failure)
-        text =
-            encodeErrorResponse(LMRPCError{500, "An unexpected internal error occurred", {}}, std::nullopt);
-      boost::asio::post(Runtime::shared().main(),
-                        [completion = std::move(completion), text = std::move(text)]() mutable {
-                          shielded([&] {
-                            if (completion) completion(std::move(text));
-                          });
+  rpcClient_->run(std::move(jsonRequest), [completion = std::move(completion)](std::string text) mutable {
+    boost::asio::post(Runtime::shared().main(),
+                      [completion = std::move(completion), text = std::move(text)]() mutable {
+                        shielded([&] {
+                          if (completion) completion(std::move(text));
                         });
-    };
-    boost::asio::co_spawn(strand, LMRPCClient::respond(rpcClient_, std::move(jsonRequest)),
-                          std::move(deliver));
-  } catch (...) {
-    auto text =
-        encodeErrorResponse(LMRPCError{500, "An unexpected internal error occurred", {}}, std::nullopt);
-    shielded([&] {
-      if (completion) completion(std::move(text));
-    });
-  }
+                      });
+  });
 }
 
 void LumetraRPCBridge::setEventHandler(TextHandler handler) noexcept {

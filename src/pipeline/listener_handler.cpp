@@ -1,5 +1,6 @@
 #include "pipeline/listener_handler.h"
 
+#include "handlers/handler_support.h"
 #include "pipeline/request_handler.h"
 
 namespace lumetra_rpc {
@@ -24,15 +25,15 @@ SDKOutcome registerListener(const std::weak_ptr<LMRPCRequestHandler>& handlerIns
 
 }  // namespace
 
-boost::asio::awaitable<SDKOutcome> LMRPCListenerHandler::registerConversionListener() const {
-  co_return registerListener(
+SDKOutcome LMRPCListenerHandler::registerConversionListener() const {
+  return registerListener(
       handlerInstance_, *stateActor_, ListenerGate::conversion,
       [this](const auto& handler) { sdk_->setDelegate(std::weak_ptr<LumetraLibDelegate>(handler)); },
       "conversion", "Conversion listener registered");
 }
 
-boost::asio::awaitable<SDKOutcome> LMRPCListenerHandler::registerDeeplinkListener() const {
-  co_return registerListener(
+SDKOutcome LMRPCListenerHandler::registerDeeplinkListener() const {
+  return registerListener(
       handlerInstance_, *stateActor_, ListenerGate::deepLink,
       [this](const auto& handler) {
         sdk_->setDeepLinkDelegate(std::weak_ptr<LumetraDeepLinkDelegate>(handler));
@@ -40,10 +41,15 @@ boost::asio::awaitable<SDKOutcome> LMRPCListenerHandler::registerDeeplinkListene
       "deeplink", "Deeplink listener registered");
 }
 
-boost::asio::awaitable<SDKOutcome> LMRPCListenerHandler::handle(LMRPCListenerRequest request) const {
-  if (std::holds_alternative<LMRPCRegisterConversionListenerRequest>(request))
-    return registerConversionListener();
-  return registerDeeplinkListener();
+RoutedOutcome LMRPCListenerHandler::handle(LMRPCListenerRequest request) const {
+  try {
+    if (std::holds_alternative<LMRPCRegisterConversionListenerRequest>(request))
+      return answeredAtOnce(registerConversionListener());
+    return answeredAtOnce(registerDeeplinkListener());
+  } catch (...) {
+    // An SDK whose delegate setter throws gets the same answer as a throwing handler case.
+    return answeredAtOnce(handlers::unexpectedHandlerFailure());
+  }
 }
 
 }  // namespace lumetra_rpc

@@ -6,12 +6,11 @@
 
 #include <memory>
 
-#include <boost/asio/awaitable.hpp>
-
 #include "parsing/parsed_request.h"
 #include "pipeline/state_actor.h"
 #include "sdk/capabilities.h"
 #include "supervision/outcome.h"
+#include "supervision/routed_outcome.h"
 
 namespace lumetra_rpc {
 
@@ -26,9 +25,9 @@ class LMRPCListenerHandler {
         stateActor_(std::move(stateActor)),
         handlerInstance_(std::move(handlerInstance)) {}
 
-  boost::asio::awaitable<SDKOutcome> registerConversionListener() const;
-  boost::asio::awaitable<SDKOutcome> registerDeeplinkListener() const;
-  boost::asio::awaitable<SDKOutcome> handle(LMRPCListenerRequest request) const;
+  SDKOutcome registerConversionListener() const;
+  SDKOutcome registerDeeplinkListener() const;
+  RoutedOutcome handle(LMRPCListenerRequest request) const;
 
  private:
   std::shared_ptr<LMRPCListenerSDK> sdk_;

@@ -51,8 +51,8 @@ boost::asio::awaitable<SDKOutcome> routeAfter(std::shared_ptr<AsyncLatch> setup,
                                               std::shared_ptr<const LMRPCHandlerRouter> router,
                                               LMRPCParsedRequest request) {
   co_await setup->wait();
-  auto routed = router->route(std::move(request));
-  co_return co_await std::move(routed);
+  auto outcome = awaitOutcome(router->route(std::move(request)));
+  co_return co_await std::move(outcome);
 }
 
 }  // namespace
@@ -64,19 +64,20 @@ LMRPCResponse responseOf(std::optional<AnyCodable> id, const std::optional<SDKOu
 
 // Once the emitter is installed (the usual case) nothing waits, and the case is started
 // right here, outside any coroutine frame.
-boost::asio::awaitable<SDKOutcome> LMRPCRequestHandler::route(LMRPCParsedRequest request) {
+RoutedOutcome LMRPCRequestHandler::route(LMRPCParsedRequest request) {
   std::shared_ptr<AsyncLatch> setup;
   {
     std::lock_guard lock(emitterLock_);
     setup = emitterSetupTask_;
   }
-  if (setup && !setup->isOpen()) return routeAfter(std::move(setup), router_, std::move(request));
+  if (setup && !setup->isOpen())
+    return answeredLater(routeAfter(std::move(setup), router_, std::move(request)));
   return router_->route(std::move(request));
 }
 
 boost::asio::awaitable<LMRPCResponse> LMRPCRequestHandler::routeRequest(LMRPCParsedRequest request,
                                                                         std::optional<AnyCodable> id) {
-  return answer(route(std::move(request)), std::move(id));
+  return answer(awaitOutcome(route(std::move(request))), std::move(id));
 }
 
 }  // namespace lumetra_rpc

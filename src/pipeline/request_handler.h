@@ -15,6 +15,7 @@
 #include "pipeline/state_actor.h"
 #include "sdk/sdk_types.h"
 #include "supervision/outcome.h"
+#include "supervision/routed_outcome.h"
 #include "supervision/timeout_config.h"
 #include "wire/records.h"
 
@@ -43,9 +44,9 @@ class LMRPCRequestHandler : public LumetraLibDelegate,
                                                      std::optional<AnyCodable> id);
 
   // The case's outcome alone, for a caller that builds the response itself (the client,
-  // which so keeps one coroutine frame less alive while a request waits). Not a
-  // coroutine; the case may throw when awaited, see responseOf.
-  boost::asio::awaitable<SDKOutcome> route(LMRPCParsedRequest request);
+  // which so answers most requests without any coroutine frame or executor hop). Not a
+  // coroutine; a waiting case may throw when awaited, see responseOf.
+  RoutedOutcome route(LMRPCParsedRequest request);
 
   const std::shared_ptr<LMRPCHandlerStateActor>& stateActor() const noexcept { return stateActor_; }
 

@@ -16,9 +16,7 @@ namespace {
 
 template <typename Category>
 Route<Category> notReadyRoute() {
-  return [](Category) -> boost::asio::awaitable<SDKOutcome> {
-    co_return SDKFailure::ofType("Not ready", error_type::kInternal);
-  };
+  return [](Category) { return answeredAtOnce(SDKFailure::ofType("Not ready", error_type::kInternal)); };
 }
 
 // A route that owns its handler value and forwards the category request to it.
@@ -53,7 +51,7 @@ std::shared_ptr<const LMRPCHandlerRouter> LMRPCHandlerRouter::make(
       [listener = std::move(listener)](LMRPCListenerRequest request) { return listener->handle(request); }});
 }
 
-boost::asio::awaitable<SDKOutcome> LMRPCHandlerRouter::route(LMRPCParsedRequest request) const {
+RoutedOutcome LMRPCHandlerRouter::route(LMRPCParsedRequest request) const {
   return std::visit(
       [this](auto&& record) {
         using Category = CategoryOfT<std::decay_t<decltype(record)>>;

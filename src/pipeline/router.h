@@ -8,10 +8,8 @@
 #include <memory>
 #include <tuple>
 
-#include <boost/asio/awaitable.hpp>
-
 #include "parsing/parsed_request.h"
-#include "supervision/outcome.h"
+#include "supervision/routed_outcome.h"
 #include "supervision/timeout_config.h"
 
 namespace lumetra_rpc {
@@ -20,7 +18,7 @@ class LMRPCSDKCapabilities;
 class LMRPCListenerHandler;
 
 template <typename Category>
-using Route = std::function<boost::asio::awaitable<SDKOutcome>(Category)>;
+using Route = std::function<RoutedOutcome(Category)>;
 
 class LMRPCHandlerRouter {
  public:
@@ -39,9 +37,9 @@ class LMRPCHandlerRouter {
                                                         std::shared_ptr<LMRPCListenerHandler> listener,
                                                         TimeoutConfig timeouts);
 
-  // Not a coroutine: the request moves straight into the frame of the handler case that
-  // runs it, so a waiting request is held once, not once per layer.
-  boost::asio::awaitable<SDKOutcome> route(LMRPCParsedRequest request) const;
+  // Not a coroutine: the request moves straight into the handler case that runs it, so a
+  // waiting request is held once, not once per layer.
+  RoutedOutcome route(LMRPCParsedRequest request) const;
 
  private:
   Routes routes_;
