@@ -17,7 +17,7 @@ double figure(const Figures& figures, const std::string& name);
 
 // floor_ns, execute_ns, execute_ns_1k/64k/1m, refuse_ns.
 void measureRequestCost(Figures& figures);
-// bridge_rps.
+// bridge_rps, mix_execute_ns.
 void measureBridgeThroughput(Figures& figures);
 // peer_rps; absent when the benchmark is built without the peer.
 void measurePeerThroughput(Figures& figures);

@@ -59,13 +59,6 @@ class LMRPC_API LMRPCClient : public std::enable_shared_from_this<LMRPCClient> {
   // The request's whole run, keeping the client alive until its response is written.
   static boost::asio::awaitable<std::string> respond(std::shared_ptr<LMRPCClient> self,
                                                      std::string jsonRequest);
-  // Runs the request on the pool and hands its response text to `deliver` exactly once,
-  // on a pool thread; a request that needs no waiting takes no coroutine at all.
-  void run(std::string jsonRequest, Completion deliver) noexcept;
-  struct RunJob;
-  static void runHere(std::shared_ptr<LMRPCClient> self, std::string jsonRequest,
-                      Completion deliver) noexcept;
-  friend class LumetraRPCBridge;
   void forwardEvent(const LMRPCEvent& event) const noexcept;
 
   std::shared_ptr<LMRPCRequestHandler> handler_;

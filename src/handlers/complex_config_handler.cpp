@@ -59,8 +59,7 @@ SDKOutcome apply(SDK& sdk, const LMRPCSetPartnerDataRequest& r) {
 
 }  // namespace
 
-RoutedOutcome LMRPCComplexConfigHandler::handle(
-    LMRPCComplexConfigRequest request) const {
+RoutedOutcome LMRPCComplexConfigHandler::handle(LMRPCComplexConfigRequest request) const {
   auto visitCase = [sdk = sdk_](auto&& record) { return apply(*sdk, record); };
   return handlers::dispatchCase(std::move(request), std::move(visitCase));
 }

@@ -18,7 +18,9 @@ namespace lumetra_rpc::handlers {
 // The outcome for a case that threw instead of answering; the host still gets a result.
 SDKFailure unexpectedHandlerFailure();
 
-inline RoutedOutcome asRouted(SDKOutcome outcome) { return answeredAtOnce(std::move(outcome)); }
+inline RoutedOutcome asRouted(SDKOutcome outcome) {
+  return answeredAtOnce(std::move(outcome));
+}
 inline RoutedOutcome asRouted(boost::asio::awaitable<SDKOutcome> waiting) {
   return answeredLater(std::move(waiting));
 }

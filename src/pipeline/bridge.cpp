@@ -3,7 +3,9 @@
 #include <boost/asio/post.hpp>
 
 #include "lumetra_rpc/runtime.h"
+#include "pipeline/request_run.h"
 #include "pipeline/text_encoding.h"
+#include "runtime/main_deliveries.h"
 #include "sdk/default_sdk.h"
 
 namespace lumetra_rpc {
@@ -74,14 +76,10 @@ void LumetraRPCBridge::executeJson(std::string jsonRequest, TextHandler completi
     });
     return;
   }
-  rpcClient_->run(std::move(jsonRequest), [completion = std::move(completion)](std::string text) mutable {
-    boost::asio::post(Runtime::shared().main(),
-                      [completion = std::move(completion), text = std::move(text)]() mutable {
-                        shielded([&] {
-                          if (completion) completion(std::move(text));
-                        });
-                      });
-  });
+  runRequest(rpcClient_, std::move(jsonRequest),
+             [completion = std::move(completion)](std::string text) mutable {
+               MainDeliveries::shared()->deliver(std::move(completion), std::move(text));
+             });
 }
 
 void LumetraRPCBridge::setEventHandler(TextHandler handler) noexcept {

@@ -38,7 +38,9 @@ std::optional<SDKOutcome> runHandler(const Handler& handler, Request request,
   auto owned = std::make_shared<const Handler>(handler);
   boost::asio::co_spawn(
       boost::asio::make_strand(Runtime::shared().pool()),
-      [owned, request = std::move(request)]() mutable { return awaitOutcome(owned->handle(std::move(request))); },
+      [owned, request = std::move(request)]() mutable {
+        return awaitOutcome(owned->handle(std::move(request)));
+      },
       [slot](std::exception_ptr failure, SDKOutcome outcome) {
         std::lock_guard guard(slot->lock);
         slot->done = true;

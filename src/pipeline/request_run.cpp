@@ -1,0 +1,82 @@
+#include "pipeline/request_run.h"
+
+#include "parsing/method_table.h"
+#include "pipeline/request_handler.h"
+#include "pipeline/text_encoding.h"
+#include "wire/json_reader.h"
+
+namespace lumetra_rpc {
+namespace {
+
+constexpr std::size_t kMaxRequestBytes = 1'048'576;
+
+ClientResult<LMRPCRequest> decodeRequest(std::string_view text) {
+  // Counted before anything looks at the text, so an oversized request costs nothing.
+  if (text.size() >= kMaxRequestBytes)
+    return fail(LMRPCClientError::invalidJSON("Request payload too large"));
+  auto request = readRequest(text);
+  if (!request)
+    return fail(
+        LMRPCClientError::invalidJSON("Invalid JSON-RPC request structure: " + request.error().description));
+  return std::move(request).value();
+}
+
+LMRPCError unexpectedFailure() {
+  return LMRPCError{500, "An unexpected internal error occurred", {}};
+}
+
+std::string answerOf(const std::optional<AnyCodable>& id, const std::optional<SDKOutcome>& outcome) noexcept {
+  try {
+    auto written = encodeResponse(responseOf(id, outcome));
+    if (written) return std::move(written).value();
+    return encodeErrorResponse(written.error().toRPCError(), id);
+  } catch (...) {
+    return encodeErrorResponse(unexpectedFailure(), id);
+  }
+}
+
+}  // namespace
+
+std::string unexpectedFailureText() noexcept {
+  return encodeErrorResponse(unexpectedFailure(), std::nullopt);
+}
+
+Started startRequest(LMRPCRequestHandler& handler, std::string_view text) noexcept {
+  Started started;
+  try {
+    auto request = decodeRequest(text);
+    if (!request) {
+      started.answer = encodeErrorResponse(request.error().toRPCError(), std::nullopt);
+      return started;
+    }
+    started.id = std::move(request->id);
+    auto parsed = parseRequest(*request);
+    if (!parsed) {
+      started.answer = encodeErrorResponse(parsed.error().toRPCError(), started.id);
+      return started;
+    }
+    auto routed = handler.route(std::move(parsed).value());
+    if (auto* outcome = std::get_if<SDKOutcome>(&routed))
+      started.answer = answerOf(started.id, *outcome);
+    else
+      started.waiting.emplace(std::get<boost::asio::awaitable<SDKOutcome>>(std::move(routed)));
+  } catch (...) {
+    started.waiting.reset();
+    started.answer = encodeErrorResponse(unexpectedFailure(), started.id);
+  }
+  return started;
+}
+
+boost::asio::awaitable<std::string> finishRequest(std::shared_ptr<LMRPCClient> self,
+                                                  boost::asio::awaitable<SDKOutcome> waiting,
+                                                  std::optional<AnyCodable> id) {
+  std::optional<SDKOutcome> outcome;
+  try {
+    outcome.emplace(co_await std::move(waiting));
+  } catch (...) {
+  }
+  self.reset();
+  co_return answerOf(id, outcome);
+}
+
+}  // namespace lumetra_rpc
