@@ -57,9 +57,12 @@ boost::asio::awaitable<SDKOutcome> routeAfter(std::shared_ptr<AsyncLatch> setup,
 
 }  // namespace
 
+AnyCodable resultOf(const std::optional<SDKOutcome>& outcome) {
+  return AnyCodable(outcome ? shapeResult(*outcome) : shapeResult(handlers::unexpectedHandlerFailure()));
+}
+
 LMRPCResponse responseOf(std::optional<AnyCodable> id, const std::optional<SDKOutcome>& outcome) {
-  auto result = outcome ? shapeResult(*outcome) : shapeResult(handlers::unexpectedHandlerFailure());
-  return LMRPCResponse{std::move(id), AnyCodable(std::move(result)), std::nullopt};
+  return LMRPCResponse{std::move(id), resultOf(outcome), std::nullopt};
 }
 
 // Once the emitter is installed (the usual case) nothing waits, and the case is started

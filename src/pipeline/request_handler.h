@@ -24,8 +24,9 @@ namespace lumetra_rpc {
 class LMRPCHandlerRouter;
 class LMRPCSDKCapabilities;
 
-// The response to a routed request; an absent outcome means the handler case threw,
+// The result object of a routed request; an absent outcome means the handler case threw,
 // which the host sees as a result failure, never as an exception.
+AnyCodable resultOf(const std::optional<SDKOutcome>& outcome);
 LMRPCResponse responseOf(std::optional<AnyCodable> id, const std::optional<SDKOutcome>& outcome);
 
 class LMRPCRequestHandler : public LumetraLibDelegate,

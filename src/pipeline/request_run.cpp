@@ -25,13 +25,17 @@ LMRPCError unexpectedFailure() {
   return LMRPCError{500, "An unexpected internal error occurred", {}};
 }
 
-std::string answerOf(const std::optional<AnyCodable>& id, const std::optional<SDKOutcome>& outcome) noexcept {
+// The id moves into the response before anything can fail, so every failure on the way
+// still answers with it.
+std::string answerOf(std::optional<AnyCodable> id, const std::optional<SDKOutcome>& outcome) noexcept {
+  LMRPCResponse response{std::move(id), std::nullopt, std::nullopt};
   try {
-    auto written = encodeResponse(responseOf(id, outcome));
+    response.result = resultOf(outcome);
+    auto written = encodeResponse(response);
     if (written) return std::move(written).value();
-    return encodeErrorResponse(written.error().toRPCError(), id);
+    return encodeErrorResponse(written.error().toRPCError(), std::move(response.id));
   } catch (...) {
-    return encodeErrorResponse(unexpectedFailure(), id);
+    return encodeErrorResponse(unexpectedFailure(), std::move(response.id));
   }
 }
 
@@ -52,12 +56,12 @@ Started startRequest(LMRPCRequestHandler& handler, std::string_view text) noexce
     started.id = std::move(request->id);
     auto parsed = parseRequest(*request);
     if (!parsed) {
-      started.answer = encodeErrorResponse(parsed.error().toRPCError(), started.id);
+      started.answer = encodeErrorResponse(parsed.error().toRPCError(), std::move(started.id));
       return started;
     }
     auto routed = handler.route(std::move(parsed).value());
     if (auto* outcome = std::get_if<SDKOutcome>(&routed))
-      started.answer = answerOf(started.id, *outcome);
+      started.answer = answerOf(std::move(started.id), *outcome);
     else
       started.waiting.emplace(std::get<boost::asio::awaitable<SDKOutcome>>(std::move(routed)));
   } catch (...) {
@@ -76,7 +80,7 @@ boost::asio::awaitable<std::string> finishRequest(std::shared_ptr<LMRPCClient> s
   } catch (...) {
   }
   self.reset();
-  co_return answerOf(id, outcome);
+  co_return answerOf(std::move(id), outcome);
 }
 
 }  // namespace lumetra_rpc

@@ -35,7 +35,10 @@ Unexpected<LMRPCClientError> encodeFailure(std::string_view label, const WriteFa
 
 // Written member by member, in sorted order, so the result tree is never copied.
 ClientResult<std::string> encodeResponse(const LMRPCResponse& response) {
-  std::string text = "{\"error\":";
+  // Room for the usual answer up front: growing from empty costs several reallocations.
+  std::string text;
+  text.reserve(256);
+  text += "{\"error\":";
   WriteFailure failure;
   std::optional<AnyCodable> error;
   if (response.error) error = toJSON(*response.error);
