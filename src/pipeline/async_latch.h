@@ -3,6 +3,7 @@
 // Awaiting a latch that has already opened completes at once; waiters resume on their
 // own executors, never inside `open()`.
 
+#include <atomic>
 #include <mutex>
 #include <vector>
 
@@ -23,15 +24,14 @@ class AsyncLatch {
       std::lock_guard lock(mutex_);
       if (open_) return;
       open_ = true;
+      opened_.store(true, std::memory_order_release);
       waiters.swap(waiters_);
     }
     for (auto& waiter : waiters) resume(std::move(waiter));
   }
 
-  bool isOpen() {
-    std::lock_guard lock(mutex_);
-    return open_;
-  }
+  // Lock-free: every request asks, and once open a latch never closes.
+  bool isOpen() const noexcept { return opened_.load(std::memory_order_acquire); }
 
   boost::asio::awaitable<void> wait() {
     return boost::asio::async_initiate<const boost::asio::use_awaitable_t<>, void()>(
@@ -64,6 +64,7 @@ class AsyncLatch {
 
   std::mutex mutex_;
   bool open_ = false;
+  std::atomic<bool> opened_{false};
   std::vector<Waiter> waiters_;
 };
 

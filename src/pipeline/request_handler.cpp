@@ -70,11 +70,12 @@ LMRPCResponse responseOf(std::optional<AnyCodable> id, const std::optional<SDKOu
 RoutedOutcome LMRPCRequestHandler::route(LMRPCParsedRequest request) {
   std::shared_ptr<AsyncLatch> setup;
   {
+    // Copied only while it is pending: every request touching the latch's count would
+    // bounce that cache line between the pool's threads.
     std::lock_guard lock(emitterLock_);
-    setup = emitterSetupTask_;
+    if (emitterSetupTask_ && !emitterSetupTask_->isOpen()) setup = emitterSetupTask_;
   }
-  if (setup && !setup->isOpen())
-    return answeredLater(routeAfter(std::move(setup), router_, std::move(request)));
+  if (setup) return answeredLater(routeAfter(std::move(setup), router_, std::move(request)));
   return router_->route(std::move(request));
 }
 
