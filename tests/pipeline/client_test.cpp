@@ -1,6 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include <boost/asio/any_io_executor.hpp>
+#include <boost/asio/co_spawn.hpp>
+
 #include "lumetra_rpc/client.h"
+#include "lumetra_rpc/runtime.h"
 #include "support/fake_sdk.h"
 #include "support/pump.h"
 
@@ -87,6 +95,56 @@ TEST_F(ClientFixture, ASDKFailureIsAResultNotAnError) {
   EXPECT_EQ(
       run(R"({"id":1,"method":"start"})"),
       R"({"error":null,"id":1,"result":{"error":"boom","errorCode":7,"errorType":"sdk_error","message":"start completed with error","success":false}})");
+}
+
+// Awaits `execute` in a coroutine running on `executor`, pumping the main executor.
+std::string awaitExecute(LMRPCClient& client, std::string text, boost::asio::any_io_executor executor) {
+  auto state = std::make_shared<std::pair<std::mutex, std::optional<std::string>>>();
+  boost::asio::co_spawn(
+      executor,
+      [&client, text = std::move(text)]() -> boost::asio::awaitable<std::string> {
+        auto run = client.execute(text);
+        co_return co_await std::move(run);
+      },
+      [state](std::exception_ptr failure, std::string response) {
+        std::lock_guard lock(state->first);
+        state->second = failure ? "<threw>" : std::move(response);
+      });
+  bool answered = testing::pumpUntil([&] {
+    std::lock_guard lock(state->first);
+    return state->second.has_value();
+  });
+  std::lock_guard lock(state->first);
+  return answered ? *state->second : "<no response>";
+}
+
+// Awaited from a pool thread a request runs where it is, from any other executor it hops
+// to the pool; either way, and whether its case answers at once, waits on the SDK or times
+// out, the answer is the completion form's.
+TEST(Client, AwaitedExecuteAnswersAsTheCompletionFormFromAnyExecutor) {
+  auto sdk = std::make_shared<FakeSDK>();
+  TimeoutConfig timeouts;
+  timeouts.logEvent = 0.05;
+  auto client = LMRPCClient::create([](std::string) {}, timeouts, sdk);
+  testing::ScriptedAnswer never;
+  never.reply = testing::Reply::kNever;
+  sdk->script("logEventWithCompletion", never);
+  sdk->scriptIdentity("uid-1", "9.9.9");
+  const char* requests[] = {
+      "{",
+      R"({"id":1,"method":"getSDKVersion"})",
+      R"({"id":2,"method":"setCustomerUserId","params":{"customerUserId":"c"}})",
+      R"({"id":3,"method":"setCustomerUserId","params":{}})",
+      R"({"id":4,"method":"start","params":{"awaitResponse":true}})",
+      R"({"id":5,"method":"logEvent","params":{"eventName":"e","awaitResponse":true}})",
+  };
+  for (const char* request : requests) {
+    auto expected = testing::execute(*client, request);
+    EXPECT_EQ(awaitExecute(*client, request, Runtime::shared().pool()), expected) << request;
+    EXPECT_EQ(awaitExecute(*client, request, Runtime::shared().main()), expected) << request;
+  }
+  EXPECT_NE(testing::execute(*client, requests[4]).find("\"success\":true"), std::string::npos);
+  EXPECT_NE(testing::execute(*client, requests[5]).find("\"errorType\":\"timeout\""), std::string::npos);
 }
 
 TEST(Client, ReleasingTheClientReleasesEverything) {
