@@ -18,7 +18,6 @@ namespace {
 
 constexpr std::size_t kInFlight = 256;
 constexpr std::size_t kPerRound = 200'000;
-constexpr int kRounds = 3;
 
 // Touched only on the main executor.
 class Window {
@@ -73,18 +72,21 @@ double mixExecuteNs(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-void measureBridgeThroughput(Figures& figures) {
+Throughput bridgeThroughput() {
   auto bridge = LumetraRPCBridge::create();
-  auto texts = mixedRequests();
-  std::vector<double> rates;
-  for (int round = 0; round < kRounds; ++round) {
-    Window window(bridge, texts);
+  auto texts = std::make_shared<const std::vector<std::string>>(mixedRequests());
+  Throughput measure;
+  measure.round = [bridge, texts] {
+    Window window(bridge, *texts);
     auto start = Clock::now();
     window.start().get();
-    rates.push_back(static_cast<double>(kPerRound) / secondsSince(start));
-  }
-  figures.push_back({"bridge_rps", median(std::move(rates))});
-  figures.push_back({"mix_execute_ns", mixExecuteNs(texts)});
+    return static_cast<double>(kPerRound) / secondsSince(start);
+  };
+  measure.finish = [texts](Figures& figures, double rate) {
+    figures.push_back({"bridge_rps", rate});
+    figures.push_back({"mix_execute_ns", mixExecuteNs(*texts)});
+  };
+  return measure;
 }
 
 }  // namespace lumetra_rpc::bench

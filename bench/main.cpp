@@ -103,26 +103,22 @@ int run(int argc, char** argv) {
     }
   }
   Figures figures;
-  struct Measure {
-    const char* name;
-    void (*run)(Figures&);
-  };
+  auto chosen = [&](const char* label) { return only == nullptr || std::strcmp(only, label) == 0; };
   // The waits measure resident memory, so they run first, before large requests leave
   // freed memory behind for them to reuse; the timed figures then run with freed memory
   // kept in the process (see keepFreedMemory).
-  const Measure measures[] = {
-      {"waits", measureWaits},
-      {"request", measureRequestCost},
-      {"bridge", measureBridgeThroughput},
-#ifdef LMRPC_BENCH_PEER
-      {"peer", measurePeerThroughput},
-#endif
-  };
-  for (const auto& [label, measure] : measures) {
-    if (only && std::strcmp(only, label) != 0) continue;
-    std::fprintf(stderr, "measuring %s...\n", label);
-    if (std::strcmp(label, "waits") != 0) keepFreedMemory();
-    measure(figures);
+  if (chosen("waits")) {
+    std::fprintf(stderr, "measuring waits...\n");
+    measureWaits(figures);
+  }
+  keepFreedMemory();
+  if (chosen("request")) {
+    std::fprintf(stderr, "measuring request...\n");
+    measureRequestCost(figures);
+  }
+  if (chosen("bridge") || chosen("peer")) {
+    std::fprintf(stderr, "measuring throughput...\n");
+    measureThroughput(figures, chosen("bridge"), chosen("peer"));
   }
   addRatios(figures);
   bool allMet = printTable(figures);

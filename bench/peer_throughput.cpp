@@ -20,7 +20,6 @@ namespace lumetra_rpc::bench {
 namespace {
 
 constexpr std::size_t kPerRound = 200'000;
-constexpr int kRounds = 3;
 
 class SetterMethod : public jsonrpc::IProcedureInvokationHandler {
  public:
@@ -50,18 +49,19 @@ void serve(std::size_t requests, const std::string& text) {
 
 }  // namespace
 
-void measurePeerThroughput(Figures& figures) {
-  const auto threads = Runtime::shared().poolThreadCount();
-  const auto text = setterRequest();
-  std::vector<double> rates;
-  for (int round = 0; round < kRounds; ++round) {
+Throughput peerThroughput() {
+  Throughput measure;
+  measure.round = [] {
+    const auto threads = Runtime::shared().poolThreadCount();
+    const auto text = setterRequest();
     auto start = Clock::now();
     std::vector<std::jthread> workers;
     for (std::size_t t = 0; t < threads; ++t) workers.emplace_back([&] { serve(kPerRound / threads, text); });
     workers.clear();
-    rates.push_back(static_cast<double>(kPerRound / threads * threads) / secondsSince(start));
-  }
-  figures.push_back({"peer_rps", median(std::move(rates))});
+    return static_cast<double>(kPerRound / threads * threads) / secondsSince(start);
+  };
+  measure.finish = [](Figures& figures, double rate) { figures.push_back({"peer_rps", rate}); };
+  return measure;
 }
 
 }  // namespace lumetra_rpc::bench
