@@ -56,9 +56,6 @@ class LMRPC_API LMRPCClient : public std::enable_shared_from_this<LMRPCClient> {
               std::shared_ptr<LMRPCSDKCapabilities> sdk);
 
  private:
-  // The request's whole run, keeping the client alive until its response is written.
-  static boost::asio::awaitable<std::string> respond(std::shared_ptr<LMRPCClient> self,
-                                                     std::string jsonRequest);
   void forwardEvent(const LMRPCEvent& event) const noexcept;
 
   std::shared_ptr<LMRPCRequestHandler> handler_;

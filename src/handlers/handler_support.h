@@ -18,26 +18,18 @@ namespace lumetra_rpc::handlers {
 // The outcome for a case that threw instead of answering; the host still gets a result.
 SDKFailure unexpectedHandlerFailure();
 
-inline RoutedOutcome asRouted(SDKOutcome outcome) {
-  return answeredAtOnce(std::move(outcome));
-}
-inline RoutedOutcome asRouted(boost::asio::awaitable<SDKOutcome> waiting) {
-  return answeredLater(std::move(waiting));
-}
-
 // Visits `request` with `apply`, which takes the case's record by rvalue and returns an
 // SDKOutcome or an awaitable of one. Not a coroutine: an asynchronous case is handed back
 // as it is, so a waiting request carries no frame of this layer, and a case that answers
-// at once needs no frame at all. Whatever a case throws
-// while answering at once is caught here; an asynchronous case takes everything it needs
-// by value, and what it throws later reaches the request handler, which answers with
-// the same failure.
+// at once needs no frame at all. Whatever a case throws while answering at once is caught
+// here; an asynchronous case takes everything it needs by value, and what it throws later
+// reaches the request handler, which answers with the same failure.
 template <typename Variant, typename Apply>
 RoutedOutcome dispatchCase(Variant request, Apply apply) {
   try {
     return std::visit([&](auto& record) { return asRouted(apply(std::move(record))); }, request);
   } catch (...) {
-    return answeredAtOnce(unexpectedHandlerFailure());
+    return asRouted(unexpectedHandlerFailure());
   }
 }
 

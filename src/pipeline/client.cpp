@@ -35,28 +35,24 @@ LMRPCClient::LMRPCClient(PrivateTag, EventEmitter eventEmitter, TimeoutConfig ti
 
 LMRPCClient::~LMRPCClient() = default;
 
-boost::asio::awaitable<std::string> LMRPCClient::respond(std::shared_ptr<LMRPCClient> self,
-                                                         std::string text) {
-  auto started = startRequest(*self->handler_, text);
-  std::string().swap(text);  // the text is read; a long wait should not keep it
-  if (!started.waiting) co_return std::move(*started.answer);
-  auto rest = finishRequest(std::move(self), std::move(*started.waiting), std::move(started.id));
-  co_return co_await std::move(rest);
-}
-
 boost::asio::awaitable<std::string> LMRPCClient::execute(std::string jsonRequest) {
-  // Each waiting request runs on a strand of its own: concurrent with every other
-  // request, but its own completions (SDK answer, timer, cancellation) never overlap.
   auto pool = Runtime::shared().pool();
   if (!pool.running_in_this_thread()) {
-    auto hop = boost::asio::co_spawn(boost::asio::make_strand(pool),
-                                     respond(shared_from_this(), std::move(jsonRequest)),
-                                     boost::asio::use_awaitable);
+    // Awaited from elsewhere: the same steps, continued on the pool. The spawned run
+    // owns the client, which its caller need only keep until this awaitable starts.
+    auto hop = boost::asio::co_spawn(
+        pool,
+        [self = shared_from_this(), text = std::move(jsonRequest)]() mutable {
+          return self->execute(std::move(text));
+        },
+        boost::asio::use_awaitable);
     co_return co_await std::move(hop);
   }
-  // Already on the pool: a request whose case answers at once is answered right here.
+  // On the pool: a request whose case answers at once is answered right here. A waiting
+  // one runs on a strand of its own: concurrent with every other request, but its own
+  // completions (SDK answer, timer, cancellation) never overlap.
   auto started = startRequest(*handler_, jsonRequest);
-  std::string().swap(jsonRequest);
+  std::string().swap(jsonRequest);  // the text is read; a long wait should not keep it
   if (!started.waiting) co_return std::move(*started.answer);
   auto rest = boost::asio::co_spawn(
       boost::asio::make_strand(pool),

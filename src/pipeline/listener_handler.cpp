@@ -44,11 +44,11 @@ SDKOutcome LMRPCListenerHandler::registerDeeplinkListener() const {
 RoutedOutcome LMRPCListenerHandler::handle(LMRPCListenerRequest request) const {
   try {
     if (std::holds_alternative<LMRPCRegisterConversionListenerRequest>(request))
-      return answeredAtOnce(registerConversionListener());
-    return answeredAtOnce(registerDeeplinkListener());
+      return asRouted(registerConversionListener());
+    return asRouted(registerDeeplinkListener());
   } catch (...) {
     // An SDK whose delegate setter throws gets the same answer as a throwing handler case.
-    return answeredAtOnce(handlers::unexpectedHandlerFailure());
+    return asRouted(handlers::unexpectedHandlerFailure());
   }
 }
 

@@ -75,7 +75,7 @@ RoutedOutcome LMRPCRequestHandler::route(LMRPCParsedRequest request) {
     std::lock_guard lock(emitterLock_);
     if (emitterSetupTask_ && !emitterSetupTask_->isOpen()) setup = emitterSetupTask_;
   }
-  if (setup) return answeredLater(routeAfter(std::move(setup), router_, std::move(request)));
+  if (setup) return asRouted(routeAfter(std::move(setup), router_, std::move(request)));
   return router_->route(std::move(request));
 }
 

@@ -16,7 +16,7 @@ namespace {
 
 template <typename Category>
 Route<Category> notReadyRoute() {
-  return [](Category) { return answeredAtOnce(SDKFailure::ofType("Not ready", error_type::kInternal)); };
+  return [](Category) { return asRouted(SDKFailure::ofType("Not ready", error_type::kInternal)); };
 }
 
 // A route that owns its handler value and forwards the category request to it.

@@ -14,10 +14,11 @@ namespace lumetra_rpc {
 
 using RoutedOutcome = std::variant<SDKOutcome, boost::asio::awaitable<SDKOutcome>>;
 
-inline RoutedOutcome answeredAtOnce(SDKOutcome outcome) {
+// One name for both kinds, so a case's result, whichever it is, converts by overload.
+inline RoutedOutcome asRouted(SDKOutcome outcome) {
   return RoutedOutcome(std::in_place_index<0>, std::move(outcome));
 }
-inline RoutedOutcome answeredLater(boost::asio::awaitable<SDKOutcome> waiting) {
+inline RoutedOutcome asRouted(boost::asio::awaitable<SDKOutcome> waiting) {
   return RoutedOutcome(std::in_place_index<1>, std::move(waiting));
 }
 
