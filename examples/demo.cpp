@@ -30,8 +30,8 @@ int main() {
       answered = true;
     });
     // Completions arrive on the main executor, which this host pumps itself.
-    while (!answered) Runtime::shared().runMainFor(std::chrono::milliseconds(5));
+    while (!answered) Runtime::runMainFor(std::chrono::milliseconds(5));
   }
-  Runtime::shared().runMainFor(std::chrono::milliseconds(20));
+  Runtime::runMainFor(std::chrono::milliseconds(20));
   return 0;
 }

@@ -25,7 +25,7 @@ bool isBlank(const std::string& line) {
 
 // Runs main-executor jobs for one slice, waiting for them while there are none.
 std::size_t pumpSlice() {
-  return Runtime::shared().runMainFor(kPumpSlice);
+  return Runtime::runMainFor(kPumpSlice);
 }
 
 }  // namespace

@@ -10,8 +10,6 @@
 #include "cli_options.h"
 #include "cli_session.h"
 #include "lumetra_rpc/bridge.h"
-#include "lumetra_rpc/runtime.h"
-#include "sdk/default_sdk.h"
 #include "sdk/simulator/simulator.h"
 
 namespace {
@@ -30,19 +28,20 @@ std::string prepare(const cli::CliOptions& options) {
   auto config = options.sdkConfigPath ? simulator::loadSimulatorConfig(*options.sdkConfigPath)
                                       : simulator::defaultSimulatorConfig();
   if (!config) return config.error();
-  auto configured = simulator::configureSimulator(std::move(config.value()), options.journalPath);
-  if (!configured) return configured.error();
-  if (!LumetraRPCBridge::configureShared(options.timeouts, makeDefaultSDK())) {
-    return "the shared facade was created before it could be configured";
-  }
+  auto simulated = simulator::configureSimulator(std::move(config.value()), options.journalPath);
+  if (!simulated) return simulated.error();
+  LMRPCConfiguration configuration;
+  configuration.timeouts = options.timeouts;
+  // The session pumps the main executor itself, so that it can tell when all is quiet.
+  configuration.mainExecutor = MainExecutorMode::host;
+  auto configured = LumetraRPCBridge::configure(configuration);
+  if (configured.status != ConfigureStatus::applied) return "cannot configure the library: " + configured.reason;
   return {};
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  // The library must see host-driven mode before anything creates its runtime.
-  if (!Runtime::useHostDrivenMain()) return refuse("the runtime was started too early");
   std::vector<std::string_view> arguments(argv + 1, argv + argc);
   auto options = cli::parseCliOptions(arguments);
   if (!options) return refuse(options.error() + "\n" + cli::kUsage);

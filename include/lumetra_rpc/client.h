@@ -1,18 +1,17 @@
 #pragma once
 // LMRPCClient runs one request from text to text: size cap, envelope decoding, method
-// lookup and validation, routing to the handlers, and writing the response. `execute`
-// always yields exactly one response text and never throws. The client owns its request
+// lookup and validation, routing to the handlers, and writing the response. Every request
+// yields exactly one response text and nothing throws. The client owns its request
 // handler (and through it the router and handlers); events travel the other way, written
 // as text and handed to the emitter the client was created with, from any thread.
 //
 // Create clients with `create`: the handler refers back to the client weakly, which needs
-// a shared owner. Any thread may call any member.
+// a shared owner. Any thread may call any member. The awaitable form of execute is in
+// lumetra_rpc/asio.h, for hosts that use Asio themselves.
 
 #include <functional>
 #include <memory>
 #include <string>
-
-#include <boost/asio/awaitable.hpp>
 
 #include "lumetra_rpc/export.h"
 #include "lumetra_rpc/timeout_config.h"
@@ -22,6 +21,7 @@ namespace lumetra_rpc {
 class LMRPCRequestHandler;
 class LMRPCSDKCapabilities;
 struct LMRPCEvent;
+struct ClientInternals;
 
 class LMRPC_API LMRPCClient : public std::enable_shared_from_this<LMRPCClient> {
  public:
@@ -38,17 +38,11 @@ class LMRPC_API LMRPCClient : public std::enable_shared_from_this<LMRPCClient> {
   LMRPCClient& operator=(const LMRPCClient&) = delete;
   ~LMRPCClient();
 
-  // Runs on the shared pool whichever executor awaits it; awaited from a pool thread, a
-  // request that needs no waiting is answered on that thread without a hop. The client
-  // must stay alive until the returned awaitable has started.
-  boost::asio::awaitable<std::string> execute(std::string jsonRequest);
-
   // Completion form: returns at once; `completion` runs once, on a pool thread.
   void executeWithJsonRequest(std::string jsonRequest, Completion completion) noexcept;
 
-  const std::shared_ptr<LMRPCRequestHandler>& handler() const noexcept { return handler_; }
-
  private:
+  friend struct ClientInternals;
   struct PrivateTag {};
 
  public:

@@ -1,60 +1,45 @@
 #pragma once
-// The two executors the library runs on. Request tasks run on a shared thread pool; the
-// main executor is one serial executor that stands in for the host's main thread: request
-// completions, event deliveries and the SDK calls that must happen "on the main thread"
-// run only there, never two at once.
+// The two executors the library runs on, seen from a C++ host. Requests run on a shared
+// thread pool; the main executor is one serial executor that stands in for the host's main
+// thread: completions, event deliveries and the SDK calls that must happen "on the main
+// thread" run only there, one at a time.
 //
 // By default the library owns one dedicated thread that runs the main executor, started on
-// first use. A host that has its own loop (the command-line host, tests, a game engine's
-// update tick) chooses host-driven mode before first use and pumps the executor itself.
+// first use. A host with a loop of its own (a game engine's update tick, the command-line
+// host, tests) chooses host-driven mode before first use (here, or through
+// LumetraRPCBridge::configure) and pumps the executor itself. The C interface in
+// lumetra_rpc.h documents the same rules function by function.
 
 #include <chrono>
 #include <cstddef>
-#include <memory>
+#include <functional>
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/thread_pool.hpp>
 #include "lumetra_rpc/export.h"
 
 namespace lumetra_rpc {
 
 class LMRPC_API Runtime {
  public:
-  using PoolExecutor = boost::asio::thread_pool::executor_type;
-  using MainExecutor = boost::asio::io_context::executor_type;
+  Runtime() = delete;
 
-  // The process-wide runtime, created on first use.
-  static Runtime& shared();
-
-  // Chooses host-driven mode for the shared runtime. Returns false (and changes nothing)
-  // once the shared runtime exists.
+  // Chooses host-driven mode. False (and nothing changes) once the library has started.
   static bool useHostDrivenMain() noexcept;
+  static bool hostDriven() noexcept;
+  static bool isOnMain() noexcept;
+  static std::size_t poolThreadCount() noexcept;
 
-  Runtime(const Runtime&) = delete;
-  Runtime& operator=(const Runtime&) = delete;
-  ~Runtime();
+  // Host-driven mode only: run every ready main-executor job and return, or keep running
+  // jobs as they arrive for the whole `duration` (waiting, not spinning, while there are
+  // none). Both return the number of jobs run. They do nothing and return 0 in the default
+  // mode, while another thread pumps, and from inside a job (a callback). Nothing a job
+  // throws escapes.
+  static std::size_t runMainUntilIdle();
+  static std::size_t runMainFor(std::chrono::nanoseconds duration);
 
-  PoolExecutor pool() noexcept { return pool_.get_executor(); }
-  MainExecutor main() noexcept { return main_.get_executor(); }
-  std::size_t poolThreadCount() const noexcept { return poolThreads_; }
-  bool hostDriven() const noexcept { return hostDriven_; }
-  bool isOnMain() const noexcept;
-
-  // Host-driven mode only: run every main-executor job that is ready and return at once,
-  // or keep running jobs as they arrive for the whole `duration` (waiting, not spinning,
-  // while there are none). Both return the number of jobs run and never throw.
-  std::size_t runMainUntilIdle() noexcept;
-  std::size_t runMainFor(std::chrono::nanoseconds duration) noexcept;
-
- private:
-  struct Impl;
-  Runtime(bool hostDriven, std::size_t poolThreads);
-
-  bool hostDriven_;
-  std::size_t poolThreads_;
-  boost::asio::io_context main_{1};
-  boost::asio::thread_pool pool_;
-  std::unique_ptr<Impl> impl_;
+  // Host-driven mode: `wakeup` is called, from any thread, each time the main executor
+  // goes from idle to having work, so a host loop can pump only when needed. It must not
+  // pump or block; it may be called again before the host has pumped.
+  static void setMainWakeup(std::function<void()> wakeup) noexcept;
 };
 
 }  // namespace lumetra_rpc

@@ -1,115 +1,132 @@
 #include "lumetra_rpc/bridge.h"
 
-#include <boost/asio/post.hpp>
+#include <mutex>
 
-#include "lumetra_rpc/runtime.h"
-#include "pipeline/request_run.h"
+#include "pipeline/configuration.h"
+#include "pipeline/host_requests.h"
+#include "pipeline/shutdown.h"
 #include "pipeline/text_encoding.h"
-#include "runtime/main_deliveries.h"
+#include "runtime/host_call.h"
+#include "runtime/runtime_core.h"
 #include "sdk/default_sdk.h"
 
 namespace lumetra_rpc {
-namespace {
 
-struct SharedConfiguration {
-  std::mutex mutex;
-  bool created = false;
-  TimeoutConfig timeouts;
-  std::shared_ptr<LMRPCSDKCapabilities> sdk;
+struct LumetraRPCBridge::Impl {
+  std::shared_ptr<LMRPCClient> rpcClient;
+  // Held while a delivery runs, so that a handler removed from another thread is never
+  // called after removeEventHandler() returns; recursive so a handler may replace itself.
+  std::recursive_mutex handlerMutex;
+  std::shared_ptr<const TextHandler> eventHandler;
+
+  void deliverEvent(std::string text) {
+    std::lock_guard lock(handlerMutex);
+    if (eventHandler && *eventHandler) (*eventHandler)(std::move(text));
+  }
 };
 
-SharedConfiguration& sharedConfiguration() {
-  static SharedConfiguration configuration;
-  return configuration;
+namespace {
+
+// The host emitter of a facade's own client: each event goes through the main queue, in
+// order with completions, to whatever handler is set when it gets there.
+LMRPCClient::EventEmitter eventRelay(std::weak_ptr<LumetraRPCBridge::Impl> facade) {
+  return [facade = std::move(facade)](std::string text) {
+    runningCore().mainQueue().post([facade, text = std::move(text)]() mutable {
+      if (auto impl = facade.lock()) impl->deliverEvent(std::move(text));
+    });
+  };
 }
 
-// Host code must never take the main executor down with it.
-template <typename F>
-void shielded(F&& call) noexcept {
-  try {
-    call();
-  } catch (...) {
-  }
+std::shared_ptr<LumetraRPCBridge::Impl> makeImpl() {
+  return std::make_shared<LumetraRPCBridge::Impl>();
 }
 
 }  // namespace
 
-bool LumetraRPCBridge::configureShared(TimeoutConfig timeouts, std::shared_ptr<LMRPCSDKCapabilities> sdk) {
-  auto& configuration = sharedConfiguration();
-  std::lock_guard lock(configuration.mutex);
-  if (configuration.created) return false;
-  configuration.timeouts = timeouts;
-  configuration.sdk = std::move(sdk);
-  return true;
-}
+LumetraRPCBridge::LumetraRPCBridge(PrivateTag, std::shared_ptr<Impl> impl) : impl_(std::move(impl)) {}
+LumetraRPCBridge::~LumetraRPCBridge() = default;
 
 std::shared_ptr<LumetraRPCBridge> LumetraRPCBridge::shared() {
   static const std::shared_ptr<LumetraRPCBridge> instance = [] {
-    auto& configuration = sharedConfiguration();
-    std::lock_guard lock(configuration.mutex);
-    configuration.created = true;
-    auto bridge = std::make_shared<LumetraRPCBridge>(PrivateTag{});
-    auto sdk = configuration.sdk ? configuration.sdk : makeDefaultSDK();
-    bridge->rpcClient_ = LMRPCClient::create(eventRelay(bridge), configuration.timeouts, std::move(sdk));
-    return bridge;
+    // Starting the runtime ends the configurable phase; the settings are final from here.
+    RuntimeCore::get();
+    auto settings = sharedClientSettings();
+    auto impl = makeImpl();
+    auto sdk = settings.sdk ? settings.sdk : makeDefaultSDK();
+    impl->rpcClient = LMRPCClient::create(eventRelay(impl), settings.timeouts, std::move(sdk));
+    return std::make_shared<LumetraRPCBridge>(PrivateTag{}, std::move(impl));
   }();
   return instance;
 }
 
 std::shared_ptr<LumetraRPCBridge> LumetraRPCBridge::create() {
-  auto bridge = std::make_shared<LumetraRPCBridge>(PrivateTag{});
-  bridge->rpcClient_ = LMRPCClient::create(eventRelay(bridge));
-  return bridge;
+  auto impl = makeImpl();
+  impl->rpcClient = LMRPCClient::create(eventRelay(impl));
+  return std::make_shared<LumetraRPCBridge>(PrivateTag{}, std::move(impl));
 }
 
 std::shared_ptr<LumetraRPCBridge> LumetraRPCBridge::create(std::shared_ptr<LMRPCClient> client) {
-  auto bridge = std::make_shared<LumetraRPCBridge>(PrivateTag{});
-  bridge->rpcClient_ = std::move(client);
-  return bridge;
+  auto impl = makeImpl();
+  impl->rpcClient = std::move(client);
+  return std::make_shared<LumetraRPCBridge>(PrivateTag{}, std::move(impl));
 }
 
-void LumetraRPCBridge::executeJson(std::string jsonRequest, TextHandler completion) noexcept {
-  if (!rpcClient_) {
+ConfigureResult LumetraRPCBridge::configure(const LMRPCConfiguration& configuration) noexcept {
+  try {
+    return applyConfiguration(configuration);
+  } catch (...) {
+    return {ConfigureStatus::invalid, "the configuration could not be applied"};
+  }
+}
+
+ConfigureResult LumetraRPCBridge::configureJson(std::string_view json) noexcept {
+  try {
+    auto configuration = readConfiguration(json);
+    if (!configuration) return {ConfigureStatus::invalid, configuration.error()};
+    return applyConfiguration(configuration.value());
+  } catch (...) {
+    return {ConfigureStatus::invalid, "the configuration could not be applied"};
+  }
+}
+
+bool LumetraRPCBridge::shutdown(std::chrono::milliseconds timeout) noexcept {
+  try {
+    return shutdownLibrary(timeout);
+  } catch (...) {
+    return false;
+  }
+}
+
+bool LumetraRPCBridge::executeJson(std::string jsonRequest, TextHandler completion) noexcept {
+  if (!impl_->rpcClient) {
     auto text = encodeErrorResponse(LMRPCError{500, "RPC client not initialized", {}}, std::nullopt);
-    shielded([&] {
+    callForeign([&] {
       if (completion) completion(std::move(text));
     });
-    return;
+    return true;
   }
-  runRequest(rpcClient_, std::move(jsonRequest),
-             [completion = std::move(completion)](std::string text) mutable {
-               MainDeliveries::shared()->deliver(std::move(completion), std::move(text));
-             });
+  return submitRequest(impl_->rpcClient, std::move(jsonRequest), std::move(completion));
+}
+
+const std::shared_ptr<LMRPCClient>& LumetraRPCBridge::rpcClient() const noexcept {
+  return impl_->rpcClient;
 }
 
 void LumetraRPCBridge::setEventHandler(TextHandler handler) noexcept {
-  shielded([&] {
+  try {
     auto shared = std::make_shared<const TextHandler>(std::move(handler));
-    std::lock_guard lock(handlerMutex_);
-    eventHandler_ = std::move(shared);
-  });
+    std::lock_guard lock(impl_->handlerMutex);
+    impl_->eventHandler = std::move(shared);
+  } catch (...) {
+  }
 }
 
 void LumetraRPCBridge::removeEventHandler() noexcept {
-  shielded([&] {
-    std::lock_guard lock(handlerMutex_);
-    eventHandler_.reset();
-  });
-}
-
-LMRPCClient::EventEmitter LumetraRPCBridge::eventRelay(std::weak_ptr<LumetraRPCBridge> bridge) {
-  return [bridge = std::move(bridge)](std::string text) {
-    boost::asio::post(Runtime::shared().main(), [bridge, text = std::move(text)] {
-      if (auto self = bridge.lock()) self->deliverEvent(text);
-    });
-  };
-}
-
-void LumetraRPCBridge::deliverEvent(const std::string& text) noexcept {
-  shielded([&] {
-    std::lock_guard lock(handlerMutex_);
-    if (eventHandler_ && *eventHandler_) (*eventHandler_)(text);
-  });
+  try {
+    std::lock_guard lock(impl_->handlerMutex);
+    impl_->eventHandler.reset();
+  } catch (...) {
+  }
 }
 
 }  // namespace lumetra_rpc

@@ -1,10 +1,14 @@
 #include "lumetra_rpc/client.h"
 
+#include "lumetra_rpc/asio.h"
+
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/strand.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
-#include "lumetra_rpc/runtime.h"
+#include "runtime/host_call.h"
+#include "runtime/runtime_core.h"
+#include "pipeline/client_internals.h"
 #include "pipeline/request_handler.h"
 #include "pipeline/request_run.h"
 #include "pipeline/text_encoding.h"
@@ -35,15 +39,15 @@ LMRPCClient::LMRPCClient(PrivateTag, EventEmitter eventEmitter, TimeoutConfig ti
 
 LMRPCClient::~LMRPCClient() = default;
 
-boost::asio::awaitable<std::string> LMRPCClient::execute(std::string jsonRequest) {
-  auto pool = Runtime::shared().pool();
+boost::asio::awaitable<std::string> execute(LMRPCClient& client, std::string jsonRequest) {
+  auto pool = runningCore().pool();
   if (!pool.running_in_this_thread()) {
     // Awaited from elsewhere: the same steps, continued on the pool. The spawned run
     // owns the client, which its caller need only keep until this awaitable starts.
     auto hop = boost::asio::co_spawn(
         pool,
-        [self = shared_from_this(), text = std::move(jsonRequest)]() mutable {
-          return self->execute(std::move(text));
+        [self = client.shared_from_this(), text = std::move(jsonRequest)]() mutable {
+          return execute(*self, std::move(text));
         },
         boost::asio::use_awaitable);
     co_return co_await std::move(hop);
@@ -51,12 +55,12 @@ boost::asio::awaitable<std::string> LMRPCClient::execute(std::string jsonRequest
   // On the pool: a request whose case answers at once is answered right here. A waiting
   // one runs on a strand of its own: concurrent with every other request, but its own
   // completions (SDK answer, timer, cancellation) never overlap.
-  auto started = startRequest(*handler_, jsonRequest);
+  auto started = startRequest(*ClientInternals::handler(client), jsonRequest);
   std::string().swap(jsonRequest);  // the text is read; a long wait should not keep it
   if (!started.waiting) co_return std::move(*started.answer);
   auto rest = boost::asio::co_spawn(
       boost::asio::make_strand(pool),
-      finishRequest(shared_from_this(), std::move(*started.waiting), std::move(started.id)),
+      finishRequest(client.shared_from_this(), std::move(*started.waiting), std::move(started.id)),
       boost::asio::use_awaitable);
   co_return co_await std::move(rest);
 }
@@ -64,17 +68,18 @@ boost::asio::awaitable<std::string> LMRPCClient::execute(std::string jsonRequest
 void LMRPCClient::executeWithJsonRequest(std::string jsonRequest, Completion completion) noexcept {
   runRequest(shared_from_this(), std::move(jsonRequest),
              [completion = std::move(completion)](std::string text) {
-               if (completion) completion(std::move(text));
+               callForeign([&] {
+                 if (completion) completion(std::move(text));
+               });
              });
 }
 
 void LMRPCClient::forwardEvent(const LMRPCEvent& event) const noexcept {
-  try {
+  callForeign([&] {
     auto text = encodeEvent(event);
     std::string payload = text ? std::move(text).value() : std::string(kEventFallbackText);
     if (eventEmitter_) eventEmitter_(std::move(payload));
-  } catch (...) {
-  }
+  });
 }
 
 }  // namespace lumetra_rpc

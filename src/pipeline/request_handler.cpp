@@ -1,9 +1,6 @@
 #include "pipeline/request_handler.h"
 
-#include <boost/asio/post.hpp>
-
 #include "handlers/handler_support.h"
-#include "lumetra_rpc/runtime.h"
 #include "pipeline/listener_handler.h"
 #include "pipeline/router.h"
 #include "sdk/capabilities.h"
@@ -24,15 +21,9 @@ std::shared_ptr<LMRPCRequestHandler> LMRPCRequestHandler::create(
   return handler;
 }
 
+// Installed before the caller goes on, so no request or event can ever find it missing.
 void LMRPCRequestHandler::setEventEmitter(EventEmitterFunction emitter) {
-  auto task = std::make_shared<AsyncLatch>();
-  boost::asio::post(Runtime::shared().pool(),
-                    [actor = stateActor_, task, emitter = std::move(emitter)]() mutable {
-                      actor->storeEventEmitter(std::move(emitter));
-                      task->open();
-                    });
-  std::lock_guard lock(emitterLock_);
-  emitterSetupTask_ = std::move(task);
+  stateActor_->storeEventEmitter(std::move(emitter));
 }
 
 namespace {
@@ -47,14 +38,6 @@ boost::asio::awaitable<LMRPCResponse> answer(boost::asio::awaitable<SDKOutcome> 
   co_return responseOf(std::move(id), outcome);
 }
 
-boost::asio::awaitable<SDKOutcome> routeAfter(std::shared_ptr<AsyncLatch> setup,
-                                              std::shared_ptr<const LMRPCHandlerRouter> router,
-                                              LMRPCParsedRequest request) {
-  co_await setup->wait();
-  auto outcome = awaitOutcome(router->route(std::move(request)));
-  co_return co_await std::move(outcome);
-}
-
 }  // namespace
 
 AnyCodable resultOf(const std::optional<SDKOutcome>& outcome) {
@@ -65,17 +48,7 @@ LMRPCResponse responseOf(std::optional<AnyCodable> id, const std::optional<SDKOu
   return LMRPCResponse{std::move(id), resultOf(outcome), std::nullopt};
 }
 
-// Once the emitter is installed (the usual case) nothing waits, and the case is started
-// right here, outside any coroutine frame.
 RoutedOutcome LMRPCRequestHandler::route(LMRPCParsedRequest request) {
-  std::shared_ptr<AsyncLatch> setup;
-  {
-    // Copied only while it is pending: every request touching the latch's count would
-    // bounce that cache line between the pool's threads.
-    std::lock_guard lock(emitterLock_);
-    if (emitterSetupTask_ && !emitterSetupTask_->isOpen()) setup = emitterSetupTask_;
-  }
-  if (setup) return asRouted(routeAfter(std::move(setup), router_, std::move(request)));
   return router_->route(std::move(request));
 }
 

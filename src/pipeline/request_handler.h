@@ -11,7 +11,6 @@
 #include <boost/asio/awaitable.hpp>
 
 #include "parsing/parsed_request.h"
-#include "pipeline/async_latch.h"
 #include "pipeline/state_actor.h"
 #include "sdk/sdk_types.h"
 #include "supervision/outcome.h"
@@ -37,8 +36,6 @@ class LMRPCRequestHandler : public LumetraLibDelegate,
       TimeoutConfig timeouts, std::shared_ptr<LMRPCSDKCapabilities> sdk,
       std::optional<EventEmitterFunction> eventEmitter = std::nullopt);
 
-  // Returns at once; the installation finishes in a task of its own, which the next
-  // routed request waits for.
   void setEventEmitter(EventEmitterFunction emitter);
 
   boost::asio::awaitable<LMRPCResponse> routeRequest(LMRPCParsedRequest request,
@@ -73,8 +70,6 @@ class LMRPCRequestHandler : public LumetraLibDelegate,
 
   std::shared_ptr<const LMRPCHandlerRouter> router_;
   std::shared_ptr<LMRPCHandlerStateActor> stateActor_;
-  std::mutex emitterLock_;
-  std::shared_ptr<AsyncLatch> emitterSetupTask_;
 };
 
 }  // namespace lumetra_rpc

@@ -8,8 +8,6 @@
 namespace lumetra_rpc {
 namespace {
 
-constexpr std::size_t kMaxRequestBytes = 1'048'576;
-
 ClientResult<LMRPCRequest> decodeRequest(std::string_view text) {
   // Counted before anything looks at the text, so an oversized request costs nothing.
   if (text.size() >= kMaxRequestBytes)
@@ -40,6 +38,10 @@ std::string answerOf(std::optional<AnyCodable> id, const std::optional<SDKOutcom
 }
 
 }  // namespace
+
+std::string oversizedRequestText() noexcept {
+  return encodeErrorResponse(LMRPCClientError::invalidJSON("Request payload too large").toRPCError(), std::nullopt);
+}
 
 std::string unexpectedFailureText() noexcept {
   return encodeErrorResponse(unexpectedFailure(), std::nullopt);

@@ -18,7 +18,9 @@
 #include <boost/asio/strand.hpp>
 
 #include "lumetra_rpc/client.h"
-#include "lumetra_rpc/runtime.h"
+#include "pipeline/client_internals.h"
+#include "runtime/host_call.h"
+#include "runtime/runtime_core.h"
 #include "supervision/outcome.h"
 #include "wire/any_codable.h"
 
@@ -40,15 +42,16 @@ boost::asio::awaitable<std::string> finishRequest(std::shared_ptr<LMRPCClient> c
                                                   boost::asio::awaitable<SDKOutcome> waiting,
                                                   std::optional<AnyCodable> id);
 
+// Texts of this many UTF-8 bytes or more are refused before anything reads them.
+inline constexpr std::size_t kMaxRequestBytes = 1'048'576;
+std::string oversizedRequestText() noexcept;
+
 // The 500 error response with no id.
 std::string unexpectedFailureText() noexcept;
 
 template <typename Deliver>
 void deliverSafely(Deliver& deliver, std::string text) noexcept {
-  try {
-    deliver(std::move(text));
-  } catch (...) {
-  }
+  callForeign([&] { deliver(std::move(text)); });
 }
 
 // The job that runs one request on a pool thread and hands its response text to
@@ -61,12 +64,12 @@ struct RequestJob {
   Deliver deliver;
 
   void operator()() noexcept {
-    auto started = startRequest(*client->handler(), text);
+    auto started = startRequest(*ClientInternals::handler(*client), text);
     std::string().swap(text);
     if (!started.waiting) return deliverSafely(deliver, std::move(*started.answer));
     try {
       auto rest = finishRequest(std::move(client), std::move(*started.waiting), std::move(started.id));
-      auto strand = boost::asio::make_strand(Runtime::shared().pool());
+      auto strand = boost::asio::make_strand(runningCore().pool());
       boost::asio::co_spawn(
           strand, std::move(rest),
           [deliver = std::move(deliver)](std::exception_ptr failure, std::string answer) mutable {
@@ -85,7 +88,7 @@ template <typename Deliver>
 void runRequest(std::shared_ptr<LMRPCClient> client, std::string text, Deliver deliver) noexcept {
   RequestJob<Deliver> job{std::move(client), std::move(text), std::move(deliver)};
   try {
-    boost::asio::post(Runtime::shared().pool(), std::move(job));
+    boost::asio::post(runningCore().pool(), std::move(job));
   } catch (...) {
     deliverSafely(job.deliver, unexpectedFailureText());
   }

@@ -5,7 +5,7 @@
 
 #include <boost/asio/post.hpp>
 
-#include "lumetra_rpc/runtime.h"
+#include "runtime/runtime_core.h"
 #include "pipeline/json_safe_copy.h"
 #include "pipeline/request_handler.h"
 
@@ -34,7 +34,7 @@ JSONObject deepLinkData(const LumetraDeepLinkResult& result) {
 }  // namespace
 
 void LMRPCRequestHandler::post(ListenerGate gate, const char* eventName, JSONObject data) const {
-  boost::asio::post(Runtime::shared().pool(),
+  boost::asio::post(runningCore().pool(),
                     [actor = stateActor_, gate, eventName, data = std::move(data)]() mutable noexcept {
                       try {
                         auto emitter = actor->emitterFor(gate);

@@ -9,36 +9,32 @@
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
-#include "lumetra_rpc/runtime.h"
+#include "runtime/host_call.h"
+#include "runtime/runtime_core.h"
 
 namespace lumetra_rpc {
 namespace {
 
 namespace asio = boost::asio;
 
-// Runs on the main executor. The job is the caller's code calling into the SDK or the
-// host; an exception from it has nowhere to go (the caller awaits only "done", and it must
-// not unwind the main executor's loop), so it is swallowed and the caller resumes as if
-// the job had returned.
-void runJob(const std::function<void()>& job) noexcept {
-  try {
-    if (job) job();
-  } catch (...) {
-  }
-}
-
 template <typename Handler>
 void hopToMain(Handler handler, std::function<void()> job) {
-  // Keeps the caller's executor alive while the main executor is busy with other work.
+  // The main queue holds copyable jobs, and the coroutine's handler moves only: it waits
+  // in a shared box. Keeping the caller's executor alive too while main is busy.
+  struct Resume {
+    Handler handler;
+    asio::executor_work_guard<asio::associated_executor_t<Handler>> work;
+  };
   auto work = asio::make_work_guard(handler);
-  asio::post(Runtime::shared().main(),
-             [handler = std::move(handler), work = std::move(work), job = std::move(job)]() mutable {
-               runJob(job);
-               // Back to the caller's own executor: resuming it inline would run request
-               // code on the main executor.
-               auto executor = work.get_executor();
-               asio::post(executor, std::move(handler));
-             });
+  auto resume = std::make_shared<Resume>(Resume{std::move(handler), std::move(work)});
+  runningCore().mainQueue().post([resume, job = std::move(job)] {
+    // The caller awaits only "done": an exception from the job has nowhere to go.
+    callForeign(job);
+    // Back to the caller's own executor: resuming it inline would run request code on the
+    // main executor.
+    auto executor = resume->work.get_executor();
+    asio::post(executor, std::move(resume->handler));
+  });
 }
 
 }  // namespace

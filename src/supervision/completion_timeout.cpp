@@ -12,7 +12,8 @@
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
-#include "lumetra_rpc/runtime.h"
+#include "runtime/host_call.h"
+#include "runtime/runtime_core.h"
 #include "supervision/continuation_box.h"
 #include "wire/number_text.h"
 
@@ -36,17 +37,14 @@ void startRace(Handler handler, asio::steady_timer& timer, SDKOperation operatio
   SDKCompletion completion = [box](std::optional<AnyKeyMap> dictionary, std::optional<SDKError> error) {
     box->resume(SDKAnswer{std::move(dictionary), std::move(error)});
   };
-  // Always on the main executor and asynchronously, never on the caller's thread.
-  asio::post(Runtime::shared().main(),
-             [operation = std::move(operation), completion = std::move(completion)] {
-               // An SDK operation that throws has not answered and may never answer; it
-               // is treated exactly like an SDK that stays silent, so the timer decides.
-               // The exception must not unwind into the main executor's loop.
-               try {
-                 if (operation) operation(completion);
-               } catch (...) {
-               }
-             });
+  // Always on the main executor and asynchronously, never on the caller's thread. An SDK
+  // operation that throws has not answered and may never answer: like an SDK that stays
+  // silent, the timer decides.
+  runningCore().mainQueue().post([operation = std::move(operation), completion = std::move(completion)] {
+    callForeign([&] {
+      if (operation) operation(completion);
+    });
+  });
 }
 
 std::chrono::nanoseconds timerDelay(double timeoutSeconds) {

@@ -14,6 +14,7 @@
 #include <boost/asio/strand.hpp>
 
 #include "lumetra_rpc/runtime.h"
+#include "runtime/runtime_core.h"
 #include "supervision/outcome.h"
 #include "support/pump.h"
 #include "wire/json_writer.h"
@@ -37,14 +38,14 @@ std::optional<SDKOutcome> runHandler(const Handler& handler, Request request,
   // nothing dangling behind.
   auto owned = std::make_shared<const Handler>(handler);
   boost::asio::co_spawn(
-      boost::asio::make_strand(Runtime::shared().pool()),
+      boost::asio::make_strand(runningCore().pool()),
       [owned, request = std::move(request)]() mutable {
         return awaitOutcome(owned->handle(std::move(request)));
       },
       [slot](std::exception_ptr failure, SDKOutcome outcome) {
         std::lock_guard guard(slot->lock);
         slot->done = true;
-        slot->onMain = Runtime::shared().isOnMain();
+        slot->onMain = Runtime::isOnMain();
         if (!failure) slot->outcome = std::move(outcome);
       });
   pumpUntil([&] {

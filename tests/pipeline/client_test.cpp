@@ -7,8 +7,11 @@
 #include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/co_spawn.hpp>
 
+#include "lumetra_rpc/asio.h"
 #include "lumetra_rpc/client.h"
+#include "pipeline/client_internals.h"
 #include "lumetra_rpc/runtime.h"
+#include "runtime/runtime_core.h"
 #include "support/fake_sdk.h"
 #include "support/pump.h"
 
@@ -103,7 +106,7 @@ std::string awaitExecute(LMRPCClient& client, std::string text, boost::asio::any
   boost::asio::co_spawn(
       executor,
       [&client, text = std::move(text)]() -> boost::asio::awaitable<std::string> {
-        auto run = client.execute(text);
+        auto run = execute(client, text);
         co_return co_await std::move(run);
       },
       [state](std::exception_ptr failure, std::string response) {
@@ -140,8 +143,8 @@ TEST(Client, AwaitedExecuteAnswersAsTheCompletionFormFromAnyExecutor) {
   };
   for (const char* request : requests) {
     auto expected = testing::execute(*client, request);
-    EXPECT_EQ(awaitExecute(*client, request, Runtime::shared().pool()), expected) << request;
-    EXPECT_EQ(awaitExecute(*client, request, Runtime::shared().main()), expected) << request;
+    EXPECT_EQ(awaitExecute(*client, request, runningCore().pool()), expected) << request;
+    EXPECT_EQ(awaitExecute(*client, request, runningCore().main()), expected) << request;
   }
   EXPECT_NE(testing::execute(*client, requests[4]).find("\"success\":true"), std::string::npos);
   EXPECT_NE(testing::execute(*client, requests[5]).find("\"errorType\":\"timeout\""), std::string::npos);
@@ -153,7 +156,7 @@ TEST(Client, ReleasingTheClientReleasesEverything) {
   testing::execute(*client, R"({"method":"registerConversionListener"})");
   testing::execute(*client, R"({"method":"registerDeeplinkListener"})");
   std::weak_ptr<LMRPCClient> weakClient = client;
-  std::weak_ptr<LMRPCRequestHandler> weakHandler = client->handler();
+  std::weak_ptr<LMRPCRequestHandler> weakHandler = ClientInternals::handler(*client);
   ASSERT_FALSE(sdk->delegate().expired());
   client.reset();
   EXPECT_TRUE(weakClient.expired());

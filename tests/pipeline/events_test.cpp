@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "lumetra_rpc/client.h"
+#include "pipeline/client_internals.h"
 #include "pipeline/request_handler.h"
 #include "support/fake_sdk.h"
 #include "support/pump.h"
@@ -34,7 +35,7 @@ struct EventsFixture : ::testing::Test {
   std::shared_ptr<EventLog> log = std::make_shared<EventLog>();
   std::shared_ptr<LMRPCClient> client =
       LMRPCClient::create([log = log](std::string text) { log->add(std::move(text)); }, TimeoutConfig{}, sdk);
-  LMRPCRequestHandler& delegate() { return *client->handler(); }
+  LMRPCRequestHandler& delegate() { return *ClientInternals::handler(*client); }
   void registerListener(const char* method) {
     testing::execute(*client, std::string(R"({"method":")") + method + "\"}");
   }
@@ -104,7 +105,7 @@ TEST_F(EventsFixture, AnEventThatCannotBeWrittenArrivesAsTheFallbackText) {
 
 TEST_F(EventsFixture, EventsAfterTheClientIsReleasedReachNobody) {
   registerListener("registerConversionListener");
-  auto handler = client->handler();
+  auto handler = ClientInternals::handler(*client);
   client.reset();
   handler->onConversionDataSuccess({{AnyCodable("a"), AnyCodable(1)}});
   settle();

@@ -24,8 +24,10 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 
+#include "pipeline/client_internals.h"
 #include "lumetra_rpc/bridge.h"
 #include "lumetra_rpc/runtime.h"
+#include "runtime/runtime_core.h"
 #include "pipeline/request_handler.h"
 #include "support/fake_sdk.h"
 #include "support/pump.h"
@@ -219,7 +221,7 @@ void send(LumetraRPCBridge& bridge, const Mix& mix, std::shared_ptr<Tally> tally
     while (!tally->slots.try_acquire_for(10ms))
       if (stop.stop_requested()) return;  // the test has failed already; don't hang it
     auto completion = [tally, id, decodable = body.decodable](std::string response) {
-      if (!Runtime::shared().isOnMain()) ++tally->offMain;
+      if (!Runtime::isOnMain()) ++tally->offMain;
       if (++tally->completions[id] > 1) tally->problem("second completion for " + std::to_string(id));
       auto problem = checkResponse(response, id, decodable);
       if (!problem.empty()) tally->problem(problem + ": " + response);
@@ -241,7 +243,7 @@ TEST(Stress, EveryRequestGetsOneWellFormedCompletionAndEverythingIsReleased) {
   auto mix = loadMix();
   ASSERT_GT(mix.all.size(), 200u);
   ASSERT_GE(mix.supervised.size(), 6u);
-  Runtime::shared();  // pool threads exist before the baseline is taken
+  runningCore();  // pool threads exist before the baseline is taken
   malloc_trim(0);
   const std::size_t residentBefore = residentBytes();
 
@@ -250,8 +252,8 @@ TEST(Stress, EveryRequestGetsOneWellFormedCompletionAndEverythingIsReleased) {
   auto client = LMRPCClient::create([](std::string) {}, kTimeouts, sdk);
   auto bridge = LumetraRPCBridge::create(client);
   std::weak_ptr<LMRPCClient> weakClient = client;
-  std::weak_ptr<LMRPCRequestHandler> weakHandler = client->handler();
-  std::weak_ptr<LMRPCHandlerStateActor> weakState = client->handler()->stateActor();
+  std::weak_ptr<LMRPCRequestHandler> weakHandler = ClientInternals::handler(*client);
+  std::weak_ptr<LMRPCHandlerStateActor> weakState = ClientInternals::handler(*client)->stateActor();
   std::weak_ptr<AdversarialSDK> weakSDK = sdk;
   client.reset();
 

@@ -13,6 +13,7 @@
 #include <boost/asio/strand.hpp>
 
 #include "lumetra_rpc/runtime.h"
+#include "runtime/runtime_core.h"
 #include "support/fake_sdk.h"
 #include "support/pump.h"
 
@@ -30,7 +31,7 @@ constexpr double kShort = 0.05;
 
 // One race spawned the way the pipeline spawns requests: on a strand of the pool.
 struct Race {
-  asio::strand<Runtime::PoolExecutor> strand = asio::make_strand(Runtime::shared().pool());
+  asio::strand<RuntimeCore::PoolExecutor> strand = asio::make_strand(runningCore().pool());
   asio::cancellation_signal cancel;
   std::mutex mutex;
   std::optional<SDKOutcome> outcome;
@@ -63,7 +64,7 @@ std::shared_ptr<Race> spawnRace(double seconds, std::string name, SDKOperation o
     asio::co_spawn(race->strand, std::move(awaitable),
                    asio::bind_cancellation_slot(race->cancel.slot(), report));
   else
-    asio::co_spawn(Runtime::shared().pool(), std::move(awaitable), report);
+    asio::co_spawn(runningCore().pool(), std::move(awaitable), report);
   return race;
 }
 

@@ -8,6 +8,7 @@
 #include <boost/asio/bind_executor.hpp>
 
 #include "lumetra_rpc/runtime.h"
+#include "runtime/runtime_core.h"
 #include "support/pump.h"
 
 namespace lumetra_rpc {
@@ -17,7 +18,7 @@ namespace {
 TEST(SDKContinuationBox, ConcurrentResumesResumeOnce) {
   auto resumed = std::make_shared<std::atomic<int>>(0);
   auto handler =
-      boost::asio::bind_executor(Runtime::shared().pool(), [resumed](SDKRaceResult) { ++*resumed; });
+      boost::asio::bind_executor(runningCore().pool(), [resumed](SDKRaceResult) { ++*resumed; });
   SDKContinuationBox<decltype(handler)> box;
   EXPECT_FALSE(box.resume(SDKAnswer{})) << "an empty box has nobody to resume";
   box.setContinuation(handler);

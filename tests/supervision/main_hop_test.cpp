@@ -11,6 +11,7 @@
 #include <boost/asio/strand.hpp>
 
 #include "lumetra_rpc/runtime.h"
+#include "runtime/runtime_core.h"
 #include "support/pump.h"
 
 namespace lumetra_rpc {
@@ -31,16 +32,16 @@ struct HopReport {
 // caller must come back to its own strand afterwards.
 TEST(RunOnMain, RunsOnMainAndResumesOnTheCallersExecutor) {
   auto report = std::make_shared<HopReport>();
-  auto strand = asio::make_strand(Runtime::shared().pool());
+  auto strand = asio::make_strand(runningCore().pool());
   auto hop = [report, strand]() -> asio::awaitable<void> {
     auto job = [report] {
       std::lock_guard guard(report->mutex);
-      report->jobOnMain = Runtime::shared().isOnMain();
+      report->jobOnMain = Runtime::isOnMain();
       throw std::runtime_error("job failed");
     };
     co_await runOnMain(std::move(job));
     std::lock_guard guard(report->mutex);
-    report->resumedOnMain = Runtime::shared().isOnMain();
+    report->resumedOnMain = Runtime::isOnMain();
     report->resumedOnCallerStrand = strand.running_in_this_thread();
   };
   asio::co_spawn(strand, hop(), [report](std::exception_ptr error) {
@@ -65,9 +66,9 @@ TEST(HostDrivenMain, RunForServesJobsArrivingDuringTheWait) {
   std::atomic<bool> ran{false};
   std::thread poster([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    asio::post(Runtime::shared().main(), [&] { ran = true; });
+    asio::post(runningCore().main(), [&] { ran = true; });
   });
-  Runtime::shared().runMainFor(std::chrono::seconds(1));
+  Runtime::runMainFor(std::chrono::seconds(1));
   poster.join();
   EXPECT_TRUE(ran.load());
 }

@@ -133,7 +133,7 @@ void FakeSDK::answer(const std::string& operation, std::function<void(const Scri
 // --- journal ---------------------------------------------------------------------------
 
 void FakeSDK::record(std::string name, JSONArray args) {
-  SDKCall call{std::move(name), std::move(args), Runtime::shared().isOnMain(), std::this_thread::get_id()};
+  SDKCall call{std::move(name), std::move(args), Runtime::isOnMain(), std::this_thread::get_id()};
   std::lock_guard guard(mutex_);
   calls_.push_back(std::move(call));
 }

@@ -11,16 +11,16 @@ bool pumpUntil(const std::function<bool()>& done, std::chrono::milliseconds ceil
   auto deadline = std::chrono::steady_clock::now() + ceiling;
   while (!done()) {
     if (std::chrono::steady_clock::now() > deadline) return false;
-    Runtime::shared().runMainFor(std::chrono::milliseconds(1));
+    Runtime::runMainFor(std::chrono::milliseconds(1));
   }
-  Runtime::shared().runMainUntilIdle();
+  Runtime::runMainUntilIdle();
   return true;
 }
 
 void pumpFor(std::chrono::milliseconds duration) {
   auto deadline = std::chrono::steady_clock::now() + duration;
   while (std::chrono::steady_clock::now() < deadline)
-    Runtime::shared().runMainFor(std::chrono::milliseconds(1));
+    Runtime::runMainFor(std::chrono::milliseconds(1));
 }
 
 std::string execute(LMRPCClient& client, std::string request) {

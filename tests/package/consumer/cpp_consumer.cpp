@@ -18,7 +18,7 @@ int main() {
                                           });
   for (int frames = 0; !answered && frames < 500; ++frames) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    Runtime::shared().runMainUntilIdle();
+    Runtime::runMainUntilIdle();
   }
   return answered ? 0 : 1;
 }

@@ -1,4 +1,4 @@
-#include "runtime/main_deliveries.h"
+#include "runtime/main_queue.h"
 
 #include <atomic>
 #include <mutex>
@@ -10,15 +10,16 @@
 #include <gtest/gtest.h>
 
 #include "lumetra_rpc/runtime.h"
+#include "runtime/runtime_core.h"
 #include "support/pump.h"
 
 namespace lumetra_rpc {
 namespace {
 
-// Deliveries queued from several threads, some while a turn is running, all arrive on the
-// main executor, each once, in the order each thread queued them; one that throws costs
-// the others nothing.
-TEST(MainDeliveries, EveryDeliveryRunsOnMainOnceAndInOrderDespiteAThrowingOne) {
+// Jobs queued from several threads, some while a turn is running, all run on the main
+// executor, each once, in the order each thread queued them; one that throws costs the
+// others nothing.
+TEST(MainQueue, EveryJobRunsOnMainOnceAndInOrderDespiteAThrowingOne) {
   constexpr int kThreads = 3;
   constexpr int kPerThread = 400;
   std::mutex mutex;
@@ -30,17 +31,15 @@ TEST(MainDeliveries, EveryDeliveryRunsOnMainOnceAndInOrderDespiteAThrowingOne) {
   for (int t = 0; t < kThreads; ++t)
     producers.emplace_back([&, t] {
       for (int i = 0; i < kPerThread; ++i)
-        MainDeliveries::shared()->deliver(
-            [&, t](std::string text) {
-              if (!Runtime::shared().isOnMain()) ++offMain;
+        runningCore().mainQueue().post([&, t, text = std::to_string(i)] {
+              if (!Runtime::isOnMain()) ++offMain;
               ++calls;
               {
                 std::lock_guard lock(mutex);
                 seen[static_cast<std::size_t>(t)].push_back(std::stoi(text));
               }
               if (text == "7") throw std::runtime_error("host completion failed");
-            },
-            std::to_string(i));
+            });
     });
   // Pumping while the producers run puts later deliveries into later turns.
   ASSERT_TRUE(testing::pumpUntil([&] { return calls.load() == kThreads * kPerThread; }));

@@ -1,0 +1,24 @@
+#pragma once
+// The one way the library runs code it does not own (host callbacks, SDK operations):
+// nothing that code throws escapes into the library's loops. The single exception is the
+// forced unwinding with which a runtime ends a thread that calls into it (pthread_exit, as
+// Python does to a foreign thread while the interpreter finalises): swallowing it aborts
+// the process, so it continues, and no frame on a path that calls host code is noexcept.
+
+#include <cxxabi.h>
+
+#include <utility>
+
+namespace lumetra_rpc {
+
+template <typename F>
+void callForeign(F&& call) {
+  try {
+    std::forward<F>(call)();
+  } catch (const abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+  }
+}
+
+}  // namespace lumetra_rpc

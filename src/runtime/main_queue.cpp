@@ -1,0 +1,94 @@
+#include "runtime/main_queue.h"
+
+#include <boost/asio/post.hpp>
+
+#include "runtime/host_call.h"
+#include "runtime/immortal.h"
+
+namespace lumetra_rpc {
+namespace {
+
+struct WakeupHolder {
+  std::mutex mutex;
+  std::shared_ptr<const MainQueue::Wakeup> wakeup;
+};
+
+WakeupHolder& wakeupHolder() {
+  static Immortal<WakeupHolder> holder;
+  return holder.get();
+}
+
+std::shared_ptr<const MainQueue::Wakeup> currentWakeup() noexcept {
+  auto& holder = wakeupHolder();
+  std::lock_guard lock(holder.mutex);
+  return holder.wakeup;
+}
+
+}  // namespace
+
+void setMainWakeup(MainQueue::Wakeup wakeup) noexcept {
+  try {
+    auto shared = wakeup ? std::make_shared<const MainQueue::Wakeup>(std::move(wakeup)) : nullptr;
+    auto& holder = wakeupHolder();
+    std::lock_guard lock(holder.mutex);
+    holder.wakeup = std::move(shared);
+  } catch (...) {
+  }
+}
+
+bool MainQueue::post(Job job) noexcept {
+  try {
+    std::lock_guard lock(mutex_);
+    if (closed()) return false;
+    pending_.push_back(std::move(job));
+    if (scheduled_) return true;
+    scheduled_ = true;
+  } catch (...) {
+    return false;  // allocation failed; nothing was queued
+  }
+  try {
+    boost::asio::post(main_, [this] { runTurn(); });
+  } catch (...) {
+    // The job stays queued and runs in the turn the next post schedules.
+    std::lock_guard lock(mutex_);
+    scheduled_ = false;
+    return true;
+  }
+  auto wakeup = currentWakeup();
+  if (wakeup && *wakeup) callForeign(*wakeup);
+  return true;
+}
+
+void MainQueue::close() noexcept {
+  std::vector<Job> dropped;
+  std::lock_guard lock(mutex_);
+  closed_.store(true, std::memory_order_release);
+  dropped.swap(pending_);
+}
+
+bool MainQueue::hasWaitingJobs() const noexcept {
+  std::lock_guard lock(mutex_);
+  return !pending_.empty();
+}
+
+// Not noexcept: a host may end the thread from inside a job (see callForeign).
+void MainQueue::runTurn() {
+  std::vector<Job> turn;
+  {
+    std::lock_guard lock(mutex_);
+    turn.swap(spare_);
+    turn.swap(pending_);
+    scheduled_ = false;
+  }
+  for (auto& job : turn) {
+    if (closed()) break;
+    callForeign(job);
+  }
+  // The emptied vector keeps its capacity for a later turn: growing a fresh one on a pool
+  // thread each turn and freeing it here would make glibc pass memory between threads.
+  turn.clear();
+  std::lock_guard lock(mutex_);
+  if (spare_.capacity() < turn.capacity()) spare_.swap(turn);
+}
+
+}  // namespace lumetra_rpc

@@ -1,0 +1,52 @@
+#pragma once
+// The one queue in front of the main executor. Completions, event deliveries and SDK calls
+// that must run "on the main thread" all travel through it, so the host sees them in the
+// order they were produced. Jobs run in turns: one executor job and, while the host's
+// main thread idles, one wake-up per turn rather than per job; jobs queued while a turn
+// runs wait for the next one.
+//
+// Closing the queue is how the library promises a host that it will not be called again:
+// jobs posted or still waiting afterwards are dropped, never run.
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include <boost/asio/io_context.hpp>
+
+namespace lumetra_rpc {
+
+class MainQueue {
+ public:
+  using Job = std::function<void()>;
+  using Wakeup = std::function<void()>;
+
+  explicit MainQueue(boost::asio::io_context::executor_type main) : main_(main) {}
+
+  // Runs `job` on the main executor after every job posted before it; false (the job
+  // dropped, unrun) once the queue is closed. Never throws.
+  bool post(Job job) noexcept;
+
+  void close() noexcept;
+  bool closed() const noexcept { return closed_.load(std::memory_order_acquire); }
+  // True while jobs wait that no turn has taken yet.
+  bool hasWaitingJobs() const noexcept;
+
+ private:
+  void runTurn();
+
+  boost::asio::io_context::executor_type main_;
+  mutable std::mutex mutex_;
+  std::vector<Job> pending_;
+  std::vector<Job> spare_;
+  bool scheduled_ = false;
+  std::atomic<bool> closed_{false};
+};
+
+// The host's wake-up, called from the posting thread each time the main queue goes from
+// idle to having work. Process-wide, and settable before the library starts.
+void setMainWakeup(MainQueue::Wakeup wakeup) noexcept;
+
+}  // namespace lumetra_rpc
