@@ -1,27 +1,29 @@
 #include "parsing/lookup_tables.h"
 
+#include "runtime/immortal.h"
+
 namespace lumetra_rpc {
 
-// Function-local statics: built once on first use, safely under concurrent first use,
-// and never changed afterwards.
+// Built once on first use, safely under concurrent first use, never changed afterwards,
+// and never destroyed: requests may still be parsed while the process exits.
 
 const NameTable& pluginTypes() {
-  static const NameTable table{
+  static Immortal<NameTable> table(NameTable{
       {"ios_native", 0}, {"unity", 1},         {"flutter", 2},  {"react_native", 3},
       {"adobe_air", 4},  {"adobe_mobile", 5},  {"cocos2dx", 6}, {"cordova", 7},
       {"mparticle", 8},  {"native_script", 9}, {"expo", 10},    {"unreal", 11},
       {"xamarin", 12},   {"capacitor", 13},    {"segment", 14}, {"adobe_swift_aep", 15},
-  };
-  return table;
+  });
+  return table.get();
 }
 
 const NameTable& purchaseTypes() {
-  static const NameTable table{{"subscription", 0}, {"oneTimePurchase", 1}};
-  return table;
+  static Immortal<NameTable> table(NameTable{{"subscription", 0}, {"oneTimePurchase", 1}});
+  return table.get();
 }
 
 const NameTable& mediationNetworks() {
-  static const NameTable table{
+  static Immortal<NameTable> table(NameTable{
       {"googleadmob", 1}, {"ironsource", 2},
       {"applovinmax", 3}, {"fyber", 4},
       {"appodeal", 5},    {"admost", 6},
@@ -29,18 +31,19 @@ const NameTable& mediationNetworks() {
       {"yandex", 9},      {"chartboost", 10},
       {"unity", 11},      {"toponpte", 12},
       {"custom", 13},     {"directmonetization", 14},
-  };
-  return table;
+  });
+  return table.get();
 }
 
 const NameTable& emailCryptTypes() {
-  static const NameTable table{{"none", 0}, {"sha256", 3}};
-  return table;
+  static Immortal<NameTable> table(NameTable{{"none", 0}, {"sha256", 3}});
+  return table.get();
 }
 
 const std::set<std::string, std::less<>>& blockedURLSchemes() {
-  static const std::set<std::string, std::less<>> schemes{"javascript", "data", "vbscript", "blob"};
-  return schemes;
+  static Immortal<std::set<std::string, std::less<>>> schemes(
+      std::set<std::string, std::less<>>{"javascript", "data", "vbscript", "blob"});
+  return schemes.get();
 }
 
 std::string validOptions(const NameTable& table) {

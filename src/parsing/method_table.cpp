@@ -1,5 +1,7 @@
 #include "parsing/method_table.h"
 
+#include "runtime/immortal.h"
+
 #include "parsing/parse_functions.h"
 
 namespace lumetra_rpc {
@@ -75,8 +77,9 @@ MethodTable buildMethodTable() {
 }  // namespace
 
 const MethodTable& methodParsers() {
-  static const MethodTable table = buildMethodTable();
-  return table;
+  // Never destroyed: requests may still be parsed while the process exits.
+  static Immortal<MethodTable> table(buildMethodTable());
+  return table.get();
 }
 
 ClientResult<LMRPCParsedRequest> parseRequest(const LMRPCRequest& request) {

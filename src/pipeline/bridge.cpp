@@ -7,6 +7,7 @@
 #include "pipeline/shutdown.h"
 #include "pipeline/text_encoding.h"
 #include "runtime/host_call.h"
+#include "runtime/immortal.h"
 #include "runtime/runtime_core.h"
 #include "sdk/default_sdk.h"
 
@@ -47,7 +48,8 @@ LumetraRPCBridge::LumetraRPCBridge(PrivateTag, std::shared_ptr<Impl> impl) : imp
 LumetraRPCBridge::~LumetraRPCBridge() = default;
 
 std::shared_ptr<LumetraRPCBridge> LumetraRPCBridge::shared() {
-  static const std::shared_ptr<LumetraRPCBridge> instance = [] {
+  // Never destroyed, like the runtime it runs on.
+  static Immortal<std::shared_ptr<LumetraRPCBridge>> instance([] {
     // Starting the runtime ends the configurable phase; the settings are final from here.
     RuntimeCore::get();
     auto settings = sharedClientSettings();
@@ -55,8 +57,8 @@ std::shared_ptr<LumetraRPCBridge> LumetraRPCBridge::shared() {
     auto sdk = settings.sdk ? settings.sdk : makeDefaultSDK();
     impl->rpcClient = LMRPCClient::create(eventRelay(impl), settings.timeouts, std::move(sdk));
     return std::make_shared<LumetraRPCBridge>(PrivateTag{}, std::move(impl));
-  }();
-  return instance;
+  }());
+  return instance.get();
 }
 
 std::shared_ptr<LumetraRPCBridge> LumetraRPCBridge::create() {

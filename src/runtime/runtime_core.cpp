@@ -1,6 +1,7 @@
 #include "runtime/runtime_core.h"
 
 #include <pthread.h>
+#include <simdjson.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -41,6 +42,10 @@ RuntimeCore* RuntimeCore::get() {
     static Immortal<RuntimeCore> instance(*settings);
     gStarted.store(&instance.get(), std::memory_order_release);
     pthread_atfork(nullptr, nullptr, [] { gForkedChild.store(true); });
+    // Exit handlers run in reverse order of registration, and a library's lazily built
+    // statics register theirs when first used: simdjson's are built now, so that they
+    // are destroyed only after the quiescing step below has stopped the request threads.
+    simdjson::get_active_implementation()->name();
     std::atexit(&RuntimeCore::quiesceAtExit);
     return &instance.get();
   }();

@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "runtime/immortal.h"
 #include "sdk/simulator/lumetra_lib.h"
 
 namespace lumetra_rpc::simulator {
@@ -13,9 +14,10 @@ struct SharedSlot {
   std::shared_ptr<LumetraLib> instance;
 };
 
+// Never destroyed: SDK answers may still arrive while the process exits.
 SharedSlot& sharedSlot() {
-  static SharedSlot slot;
-  return slot;
+  static Immortal<SharedSlot> slot;
+  return slot.get();
 }
 
 }  // namespace

@@ -1,0 +1,34 @@
+# Hosts that quit early, exit from callbacks, shut down with work pending and pump from
+# the wrong place; each scenario runs several times, since the faults they catch are races.
+find_package(Python3 COMPONENTS Interpreter REQUIRED)
+add_executable(lifecycle_host ${CMAKE_CURRENT_SOURCE_DIR}/hosts/lifecycle_host.c)
+set_target_properties(lifecycle_host PROPERTIES C_STANDARD 11 C_STANDARD_REQUIRED ON)
+target_link_libraries(lifecycle_host PRIVATE lumetra_rpc_shared Threads::Threads)
+
+set(LMRPC_HOST_DRIVER ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/hosts/run_hosts.py)
+function(lmrpc_host_test name runs)
+  add_test(NAME host_${name} COMMAND ${LMRPC_HOST_DRIVER} ${runs} 20 ${ARGN})
+  set_tests_properties(host_${name} PROPERTIES TIMEOUT 300)
+endfunction()
+
+foreach(mode dedicated host)
+  lmrpc_host_test(c_exit_in_flight_${mode} 10 $<TARGET_FILE:lifecycle_host> exit-in-flight ${mode} 10)
+  lmrpc_host_test(c_exit_in_flight_1000_${mode} 3 $<TARGET_FILE:lifecycle_host> exit-in-flight ${mode} 1000)
+  lmrpc_host_test(c_shutdown_pending_${mode} 3 $<TARGET_FILE:lifecycle_host> shutdown-pending ${mode})
+  lmrpc_host_test(c_pump_rules_${mode} 3 $<TARGET_FILE:lifecycle_host> pump-rules ${mode})
+endforeach()
+lmrpc_host_test(c_exit_in_callback 5 $<TARGET_FILE:lifecycle_host> exit-in-callback)
+lmrpc_host_test(c_refuse_lengths 1 $<TARGET_FILE:lifecycle_host> refuse-lengths)
+lmrpc_host_test(c_events 1 $<TARGET_FILE:lifecycle_host> events)
+
+# A plain interpreter cannot load a sanitizer-instrumented library.
+if(LMRPC_SANITIZE STREQUAL "none" AND NOT LMRPC_FUZZ)
+  foreach(mode dedicated host)
+    lmrpc_host_test(python_exit_in_flight_${mode} 10 ${Python3_EXECUTABLE}
+                    ${CMAKE_CURRENT_SOURCE_DIR}/hosts/python_exit_host.py $<TARGET_FILE:lumetra_rpc_shared>
+                    exit-in-flight ${mode})
+    lmrpc_host_test(python_events_${mode} 1 ${Python3_EXECUTABLE}
+                    ${CMAKE_CURRENT_SOURCE_DIR}/hosts/python_exit_host.py $<TARGET_FILE:lumetra_rpc_shared>
+                    events ${mode})
+  endforeach()
+endif()
