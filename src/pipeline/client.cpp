@@ -52,16 +52,11 @@ boost::asio::awaitable<std::string> execute(LMRPCClient& client, std::string jso
         boost::asio::use_awaitable);
     co_return co_await std::move(hop);
   }
-  // On the pool: a request whose case answers at once is answered right here. A waiting
-  // one runs on a strand of its own: concurrent with every other request, but its own
-  // completions (SDK answer, timer, cancellation) never overlap.
+  // On the pool: a request whose case answers at once is answered right here.
   auto started = startRequest(*ClientInternals::handler(client), jsonRequest);
   std::string().swap(jsonRequest);  // the text is read; a long wait should not keep it
   if (!started.waiting) co_return std::move(*started.answer);
-  auto rest = boost::asio::co_spawn(
-      boost::asio::make_strand(pool),
-      finishRequest(client.shared_from_this(), std::move(*started.waiting), std::move(started.id)),
-      boost::asio::use_awaitable);
+  auto rest = spawnRest(client.shared_from_this(), std::move(started), boost::asio::use_awaitable);
   co_return co_await std::move(rest);
 }
 

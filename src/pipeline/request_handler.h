@@ -23,11 +23,6 @@ namespace lumetra_rpc {
 class LMRPCHandlerRouter;
 class LMRPCSDKCapabilities;
 
-// The result object of a routed request; an absent outcome means the handler case threw,
-// which the host sees as a result failure, never as an exception.
-AnyCodable resultOf(const std::optional<SDKOutcome>& outcome);
-LMRPCResponse responseOf(std::optional<AnyCodable> id, const std::optional<SDKOutcome>& outcome);
-
 class LMRPCRequestHandler : public LumetraLibDelegate,
                             public LumetraDeepLinkDelegate,
                             public std::enable_shared_from_this<LMRPCRequestHandler> {
@@ -37,9 +32,6 @@ class LMRPCRequestHandler : public LumetraLibDelegate,
       std::optional<EventEmitterFunction> eventEmitter = std::nullopt);
 
   void setEventEmitter(EventEmitterFunction emitter);
-
-  boost::asio::awaitable<LMRPCResponse> routeRequest(LMRPCParsedRequest request,
-                                                     std::optional<AnyCodable> id);
 
   // The case's outcome alone, for a caller that builds the response itself (the client,
   // which so answers most requests without any coroutine frame or executor hop). Not a

@@ -1,5 +1,6 @@
 #include "pipeline/request_run.h"
 
+#include "handlers/handler_support.h"
 #include "parsing/method_table.h"
 #include "pipeline/request_handler.h"
 #include "pipeline/text_encoding.h"
@@ -21,6 +22,12 @@ ClientResult<LMRPCRequest> decodeRequest(std::string_view text) {
 
 LMRPCError unexpectedFailure() {
   return LMRPCError{500, "An unexpected internal error occurred", {}};
+}
+
+// An absent outcome means the handler case threw, which the host sees as a result
+// failure, never as an exception.
+AnyCodable resultOf(const std::optional<SDKOutcome>& outcome) {
+  return AnyCodable(outcome ? shapeResult(*outcome) : shapeResult(handlers::unexpectedHandlerFailure()));
 }
 
 // The id moves into the response before anything can fail, so every failure on the way

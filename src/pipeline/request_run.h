@@ -49,6 +49,16 @@ std::string oversizedRequestText() noexcept;
 // The 500 error response with no id.
 std::string unexpectedFailureText() noexcept;
 
+// Runs the rest of a waiting request on a strand of its own: concurrent with every other
+// request, but its own completions (SDK answer, timer, cancellation) never overlap. The
+// token says how the response text comes back (a callback, or an awaitable).
+template <typename Token>
+auto spawnRest(std::shared_ptr<LMRPCClient> client, Started started, Token&& token) {
+  auto rest = finishRequest(std::move(client), std::move(*started.waiting), std::move(started.id));
+  auto strand = boost::asio::make_strand(runningCore().pool());
+  return boost::asio::co_spawn(strand, std::move(rest), std::forward<Token>(token));
+}
+
 template <typename Deliver>
 void deliverSafely(Deliver& deliver, std::string text) noexcept {
   callForeign([&] { deliver(std::move(text)); });
@@ -68,13 +78,10 @@ struct RequestJob {
     std::string().swap(text);
     if (!started.waiting) return deliverSafely(deliver, std::move(*started.answer));
     try {
-      auto rest = finishRequest(std::move(client), std::move(*started.waiting), std::move(started.id));
-      auto strand = boost::asio::make_strand(runningCore().pool());
-      boost::asio::co_spawn(
-          strand, std::move(rest),
-          [deliver = std::move(deliver)](std::exception_ptr failure, std::string answer) mutable {
-            deliverSafely(deliver, failure ? unexpectedFailureText() : std::move(answer));
-          });
+      spawnRest(std::move(client), std::move(started),
+                [deliver = std::move(deliver)](std::exception_ptr failure, std::string answer) mutable {
+                  deliverSafely(deliver, failure ? unexpectedFailureText() : std::move(answer));
+                });
     } catch (...) {
       deliverSafely(deliver, unexpectedFailureText());
     }

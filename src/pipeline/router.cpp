@@ -14,11 +14,6 @@
 namespace lumetra_rpc {
 namespace {
 
-template <typename Category>
-Route<Category> notReadyRoute() {
-  return [](Category) { return asRouted(SDKFailure::ofType("Not ready", error_type::kInternal)); };
-}
-
 // A route that owns its handler value and forwards the category request to it.
 template <typename Category, typename Handler>
 Route<Category> routeTo(Handler handler) {
@@ -26,15 +21,6 @@ Route<Category> routeTo(Handler handler) {
 }
 
 }  // namespace
-
-std::shared_ptr<const LMRPCHandlerRouter> LMRPCHandlerRouter::placeholder() {
-  return std::make_shared<const LMRPCHandlerRouter>(
-      Routes{notReadyRoute<LMRPCCoreRequest>(), notReadyRoute<LMRPCSimpleConfigRequest>(),
-             notReadyRoute<LMRPCComplexConfigRequest>(), notReadyRoute<LMRPCPrivacyRequest>(),
-             notReadyRoute<LMRPCDeepLinkRequest>(), notReadyRoute<LMRPCMonetizationRequest>(),
-             notReadyRoute<LMRPCNotificationRequest>(), notReadyRoute<LMRPCDataRequest>(),
-             notReadyRoute<LMRPCListenerRequest>()});
-}
 
 std::shared_ptr<const LMRPCHandlerRouter> LMRPCHandlerRouter::make(
     std::shared_ptr<LMRPCSDKCapabilities> sdk, std::shared_ptr<LMRPCListenerHandler> listener,

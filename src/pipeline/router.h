@@ -29,9 +29,6 @@ class LMRPCHandlerRouter {
 
   explicit LMRPCHandlerRouter(Routes routes) : routes_(std::move(routes)) {}
 
-  // Every route answers "Not ready": what a router that is not yet wired gives.
-  static std::shared_ptr<const LMRPCHandlerRouter> placeholder();
-
   // The real router: the eight handlers over one SDK object, plus the listener handler.
   static std::shared_ptr<const LMRPCHandlerRouter> make(std::shared_ptr<LMRPCSDKCapabilities> sdk,
                                                         std::shared_ptr<LMRPCListenerHandler> listener,
