@@ -32,3 +32,19 @@ if(LMRPC_SANITIZE STREQUAL "none" AND NOT LMRPC_FUZZ)
                     events ${mode})
   endforeach()
 endif()
+
+# Mono waits at exit for every thread that has called into managed code.
+find_program(LMRPC_MCS mcs)
+find_program(LMRPC_MONO mono)
+if(LMRPC_MCS AND LMRPC_MONO AND LMRPC_SANITIZE STREQUAL "none" AND NOT LMRPC_FUZZ)
+  set(mono_host ${CMAKE_CURRENT_BINARY_DIR}/MonoExitHost.exe)
+  add_custom_command(OUTPUT ${mono_host}
+                     COMMAND ${LMRPC_MCS} -nologo -out:${mono_host} ${CMAKE_CURRENT_SOURCE_DIR}/hosts/MonoExitHost.cs
+                     DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/hosts/MonoExitHost.cs)
+  add_custom_target(mono_exit_host ALL DEPENDS ${mono_host})
+  foreach(when now after)
+    lmrpc_host_test(mono_exit_${when} 5 ${LMRPC_MONO} ${mono_host} ${when})
+    set_tests_properties(host_mono_exit_${when} PROPERTIES
+                         ENVIRONMENT "LD_LIBRARY_PATH=$<TARGET_FILE_DIR:lumetra_rpc_shared>")
+  endforeach()
+endif()

@@ -36,6 +36,11 @@ void setMainWakeup(MainQueue::Wakeup wakeup) noexcept {
   }
 }
 
+void callHostWakeup() {
+  auto wakeup = currentWakeup();
+  if (wakeup && *wakeup) callForeign(*wakeup);
+}
+
 bool MainQueue::post(Job job) noexcept {
   try {
     std::lock_guard lock(mutex_);
@@ -54,8 +59,7 @@ bool MainQueue::post(Job job) noexcept {
     scheduled_ = false;
     return true;
   }
-  auto wakeup = currentWakeup();
-  if (wakeup && *wakeup) callForeign(*wakeup);
+  callForeign(onIdleToWork_);
   return true;
 }
 

@@ -23,7 +23,10 @@ class MainQueue {
   using Job = std::function<void()>;
   using Wakeup = std::function<void()>;
 
-  explicit MainQueue(boost::asio::io_context::executor_type main) : main_(main) {}
+  // `onIdleToWork` runs on the posting thread each time the queue goes from idle to
+  // having work: it wakes whoever runs the main executor.
+  MainQueue(boost::asio::io_context::executor_type main, Wakeup onIdleToWork)
+      : main_(main), onIdleToWork_(std::move(onIdleToWork)) {}
 
   // Runs `job` on the main executor after every job posted before it; false (the job
   // dropped, unrun) once the queue is closed. Never throws.
@@ -38,6 +41,7 @@ class MainQueue {
   void runTurn();
 
   boost::asio::io_context::executor_type main_;
+  Wakeup onIdleToWork_;
   mutable std::mutex mutex_;
   std::vector<Job> pending_;
   std::vector<Job> spare_;
@@ -45,8 +49,9 @@ class MainQueue {
   std::atomic<bool> closed_{false};
 };
 
-// The host's wake-up, called from the posting thread each time the main queue goes from
-// idle to having work. Process-wide, and settable before the library starts.
+// The host's wake-up for host-driven mode. Process-wide, and settable before the library
+// starts; callHostWakeup calls the current one, if any.
 void setMainWakeup(MainQueue::Wakeup wakeup) noexcept;
+void callHostWakeup();
 
 }  // namespace lumetra_rpc

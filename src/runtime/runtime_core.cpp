@@ -22,6 +22,8 @@ std::atomic<bool> gForkedChild{false};
 // before the process goes on tearing down without them.
 constexpr auto kExitGrace = std::chrono::milliseconds(250);
 constexpr auto kHelpSlice = std::chrono::milliseconds(1);
+// How long the dedicated main thread waits for more work before it ends.
+constexpr auto kMainThreadLinger = std::chrono::milliseconds(100);
 
 std::size_t defaultPoolThreads() {
   return std::max<std::size_t>(2, std::thread::hardware_concurrency());
@@ -69,15 +71,42 @@ bool RuntimeCore::inForkedChild() noexcept {
 RuntimeCore::RuntimeCore(const RuntimeSettings& settings)
     : mode_(settings.mainMode),
       poolThreads_(settings.poolThreads ? settings.poolThreads : defaultPoolThreads()) {
-  // Held in both modes: a host pumping with a duration expects to wait for jobs for the
-  // whole of it, not to return the moment the queue is empty.
-  keepMainAlive_.emplace(main_.get_executor());
+  // A host pumping with a duration expects to wait for jobs for the whole of it, not to
+  // return the moment the queue is empty.
+  if (mode_ == MainMode::host) keepMainAlive_.emplace(main_.get_executor());
   for (std::size_t i = 0; i < poolThreads_; ++i) startThread(&RuntimeCore::runPoolThread);
-  if (mode_ == MainMode::dedicated) startThread(&RuntimeCore::runMainThread);
+}
+
+void RuntimeCore::wakeMain() {
+  if (mode_ == MainMode::host) return callHostWakeup();
+  std::lock_guard lock(mainThreadMutex_);
+  if (stopping_) return;
+  mainWorkSignalled_ = true;
+  if (mainThreadRunning_) return mainThreadSignal_.notify_one();
+  mainThreadRunning_ = true;
+  startThread(&RuntimeCore::runMainThread);
+}
+
+// After the executor ran out of work: true to run it again, false to end the thread.
+bool RuntimeCore::lingerForWork() {
+  std::unique_lock lock(mainThreadMutex_);
+  mainThreadSignal_.wait_for(lock, kMainThreadLinger, [this] { return mainWorkSignalled_ || stopping_; });
+  if (mainWorkSignalled_ && !stopping_) {
+    mainWorkSignalled_ = false;
+    return true;
+  }
+  mainThreadRunning_ = false;
+  return false;
 }
 
 void RuntimeCore::startThread(void (RuntimeCore::*body)()) {
   std::lock_guard lock(threadsMutex_);
+  // Main threads come and go; the ended ones are joined as new ones start.
+  std::erase_if(threads_, [](ThreadRecord& record) {
+    if (!record.finished) return false;
+    if (record.thread.joinable()) record.thread.join();
+    return true;
+  });
   threads_.push_back(ThreadRecord{std::thread([this, body] {
     struct Finish {
       RuntimeCore* core;
@@ -92,16 +121,16 @@ void RuntimeCore::runPoolThread() {
 }
 
 void RuntimeCore::runMainThread() {
-  for (;;) {
+  do {
     try {
+      main_.restart();
       main_.run();
-      return;
     } catch (const abi::__forced_unwind&) {
       throw;
     } catch (...) {
       // Jobs shield themselves; nothing may stop the main executor for everyone else.
     }
-  }
+  } while (lingerForWork());
 }
 
 void RuntimeCore::markFinished(std::thread::id id) noexcept {
@@ -144,6 +173,11 @@ std::size_t RuntimeCore::helpMainRun() {
 }
 
 bool RuntimeCore::stopAndJoin(Clock::time_point deadline) noexcept {
+  {
+    std::lock_guard lock(mainThreadMutex_);
+    stopping_ = true;
+    mainThreadSignal_.notify_all();
+  }
   keepMainAlive_.reset();
   main_.stop();
   pool_.stop();

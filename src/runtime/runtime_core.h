@@ -76,14 +76,24 @@ class RuntimeCore {
   void runPoolThread();
   void runMainThread();
   void markFinished(std::thread::id id) noexcept;
+  void wakeMain();
+  bool lingerForWork();
   static void quiesceAtExit() noexcept;
 
   MainMode mode_;
   std::size_t poolThreads_;
   boost::asio::io_context main_{1};
   boost::asio::thread_pool pool_{0};
-  MainQueue queue_{main_.get_executor()};
+  MainQueue queue_{main_.get_executor(), [this] { wakeMain(); }};
   std::optional<boost::asio::executor_work_guard<MainExecutor>> keepMainAlive_;
+  // The dedicated main thread runs only while there is work, and lingers a little after:
+  // a host runtime that attached it when it called back (Mono does) waits for it to end
+  // before the process may exit.
+  std::mutex mainThreadMutex_;
+  std::condition_variable mainThreadSignal_;
+  bool mainThreadRunning_ = false;
+  bool mainWorkSignalled_ = false;
+  bool stopping_ = false;
   std::atomic<std::thread::id> pumpOwner_{};
 
   std::mutex threadsMutex_;
