@@ -83,10 +83,13 @@ static void exit_from_callback(void *context, char *text, size_t length) {
   exit(0);
 }
 
-static int exit_in_callback(void) {
+static int exit_in_callback(int host_driven) {
+  if (host_driven) configure("{\"mainExecutor\":\"host\"}");
   const char *json = "{\"id\":1,\"method\":\"getSDKVersion\"}";
   for (int i = 0; i < 20; ++i) lmrpc_execute_json(json, strlen(json), exit_from_callback, NULL);
-  sleep_ms(5000);
+  for (int i = 0; i < 5000; ++i) {
+    if (host_driven) lmrpc_main_run_for(1); else sleep_ms(1);
+  }
   fail("the completion never ran");
   return 1;
 }
@@ -201,7 +204,7 @@ int main(int argc, char **argv) {
   int count = argc > 3 ? atoi(argv[3]) : 10;
   setvbuf(stdout, NULL, _IONBF, 0);
   if (strcmp(scenario, "exit-in-flight") == 0) return exit_in_flight(host, count);
-  if (strcmp(scenario, "exit-in-callback") == 0) return exit_in_callback();
+  if (strcmp(scenario, "exit-in-callback") == 0) return exit_in_callback(host);
   if (strcmp(scenario, "shutdown-pending") == 0) return shutdown_pending(host);
   if (strcmp(scenario, "pump-rules") == 0) return pump_rules(host);
   if (strcmp(scenario, "refuse-lengths") == 0) return refuse_lengths();
