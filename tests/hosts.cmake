@@ -20,6 +20,7 @@ foreach(mode dedicated host)
 endforeach()
 lmrpc_host_test(c_refuse_lengths 1 $<TARGET_FILE:lifecycle_host> refuse-lengths)
 lmrpc_host_test(c_events 1 $<TARGET_FILE:lifecycle_host> events)
+lmrpc_host_test(c_fork 3 $<TARGET_FILE:lifecycle_host> fork)
 
 # A plain interpreter cannot load a sanitizer-instrumented library.
 if(LMRPC_SANITIZE STREQUAL "none" AND NOT LMRPC_FUZZ)

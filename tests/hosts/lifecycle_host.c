@@ -8,7 +8,9 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/wait.h>
 #include <time.h>
+#include <unistd.h>
 
 #include "lumetra_rpc/lumetra_rpc.h"
 
@@ -197,6 +199,26 @@ static int events(void) {
   return lmrpc_shutdown(1000) == LMRPC_OK ? 0 : 1;
 }
 
+/* A child made by fork() has none of the library's threads: it must be refused cleanly
+ * and exit without touching them, while the parent carries on. */
+static int fork_child(void) {
+  send("{\"id\":1,\"method\":\"getSDKVersion\"}", 0);
+  wait_for_calls(1, 0);
+  pid_t child = fork();
+  if (child == 0) {
+    const char *json = "{\"id\":2,\"method\":\"getSDKVersion\"}";
+    int refused = lmrpc_execute_json(json, strlen(json), on_answer, (void *)1) == LMRPC_STOPPED;
+    exit(refused && lmrpc_main_run_until_idle() == 0 ? 0 : 3);
+  }
+  int status = 0;
+  if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
+    fail("the forked child did not exit cleanly");
+  send("{\"id\":3,\"method\":\"getSDKVersion\"}", 2);
+  wait_for_calls(2, 0);
+  printf("ok: a forked child is refused and exits cleanly\n");
+  return lmrpc_shutdown(1000) == LMRPC_OK ? 0 : 1;
+}
+
 int main(int argc, char **argv) {
   caller = pthread_self();
   const char *scenario = argc > 1 ? argv[1] : "";
@@ -209,6 +231,7 @@ int main(int argc, char **argv) {
   if (strcmp(scenario, "pump-rules") == 0) return pump_rules(host);
   if (strcmp(scenario, "refuse-lengths") == 0) return refuse_lengths();
   if (strcmp(scenario, "events") == 0) return events();
+  if (strcmp(scenario, "fork") == 0) return fork_child();
   printf("unknown scenario \"%s\"\n", scenario);
   return 2;
 }
