@@ -12,7 +12,7 @@ set(LMRPC_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/LumetraRPC)
 install(TARGETS lumetra_rpc EXPORT LumetraRPCTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS lumetra_rpc_static EXPORT LumetraRPCStaticTargets
+install(TARGETS lumetra_rpc_static lumetra_rpc_simulator EXPORT LumetraRPCStaticTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/lumetra_rpc
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")

@@ -25,13 +25,19 @@ int refuse(const std::string& message) {
   return kUsageError;
 }
 
-// Sets up the simulated SDK and the shared facade's client; an empty text on success.
+// Sets up the simulated SDK and the shared facade's client; an empty text on success. A
+// bad config is refused before the journal file is created.
 std::string prepare(const cli::CliOptions& options) {
-  auto config = options.sdkConfigPath ? simulator::loadSimulatorConfig(*options.sdkConfigPath)
-                                      : simulator::defaultSimulatorConfig();
-  if (!config) return config.error();
-  auto configured = simulator::configureSimulator(std::move(config.value()), options.journalPath);
-  if (!configured) return configured.error();
+  if (options.sdkConfigPath) {
+    auto text = simulator::readSimulatorConfigFile(*options.sdkConfigPath);
+    if (!text) return text.error();
+    auto configured = configureDefaultSDK(*text);
+    if (!configured) return configured.error();
+  }
+  if (options.journalPath) {
+    auto journaled = simulator::journalSimulatorCalls(*options.journalPath);
+    if (!journaled) return journaled.error();
+  }
   if (!LumetraRPCBridge::configureShared(options.timeouts, makeDefaultSDK())) {
     return "the shared facade was created before it could be configured";
   }

@@ -66,7 +66,9 @@ TEST(SimulatorConfig, NeverWinsOverDataAndNullURLMeansNone) {
 }
 
 TEST(SimulatorConfig, TheExampleConfigParses) {
-  auto parsed = loadSimulatorConfig(LMRPC_TEST_DATA_DIR "/../../examples/simulator_config.json");
+  auto text = readSimulatorConfigFile(LMRPC_TEST_DATA_DIR "/../../examples/simulator_config.json");
+  ASSERT_TRUE(text.hasValue()) << text.error();
+  auto parsed = parseSimulatorConfig(*text);
   ASSERT_TRUE(parsed.hasValue()) << parsed.error();
   ASSERT_TRUE(parsed->deepLink.has_value());
   ASSERT_TRUE(parsed->deepLink->result.deepLink.has_value());

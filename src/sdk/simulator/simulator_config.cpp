@@ -158,12 +158,12 @@ Expected<SimulatorConfig, std::string> parseSimulatorConfig(std::string_view tex
   return config;
 }
 
-Expected<SimulatorConfig, std::string> loadSimulatorConfig(const std::string& path) {
+Expected<std::string, std::string> readSimulatorConfigFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) return Failure{"cannot read simulator config " + path};
   std::ostringstream text;
   text << file.rdbuf();
-  return parseSimulatorConfig(text.str());
+  return text.str();
 }
 
 }  // namespace lumetra_rpc::simulator

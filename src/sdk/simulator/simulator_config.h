@@ -68,6 +68,8 @@ SimulatorConfig defaultSimulatorConfig();
 
 // Fails with a message that names the offending key.
 Expected<SimulatorConfig, std::string> parseSimulatorConfig(std::string_view text);
-Expected<SimulatorConfig, std::string> loadSimulatorConfig(const std::string& path);
+
+// The text of a config file, or a message naming the file that cannot be read.
+Expected<std::string, std::string> readSimulatorConfigFile(const std::string& path);
 
 }  // namespace lumetra_rpc::simulator
