@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "parsing/requests.h"
 #include "sdk/sdk_types.h"
@@ -86,6 +87,8 @@ class LMRPCComplexConfigSDK {
 class LMRPCPrivacySDK {
  public:
   virtual ~LMRPCPrivacySDK() = default;
+  // A platform fact rather than an SDK call: App Tracking Transparency needs iOS 14.
+  virtual OSVersion runningOSVersion() const = 0;
   virtual void waitForATTUserAuthorization(double timeoutInterval) = 0;
   virtual void setConsentData(const LumetraConsent& consent) = 0;
   virtual void enableTCFDataCollection(bool enable) = 0;
@@ -97,6 +100,8 @@ class LMRPCDeepLinkSDK {
   virtual void appendParametersToDeepLinkingURL(const std::string& containsString,
                                                 const StringDictionary& parameters) = 0;
   virtual void addPushNotificationDeepLinkPath(const StringList& path) = 0;
+  // A platform fact rather than an SDK call: the class of that name, when the app has it.
+  virtual std::optional<ClassHandle> lookupClass(std::string_view name) const = 0;
   virtual void enableFacebookDeferredApplinks(const std::optional<ClassHandle>& appLinkUtility) = 0;
   virtual std::optional<URLValue> facebookDeferredAppLink() const = 0;
   virtual void setFacebookDeferredAppLink(const std::optional<URLValue>& url) = 0;

@@ -54,6 +54,14 @@ struct ClassHandle {
   std::string name;
 };
 
+// The release of the OS the app runs on; without other word, a current device's.
+struct OSVersion {
+  int major = 17;
+  int minor = 0;
+  int patch = 0;
+  friend auto operator<=>(const OSVersion&, const OSVersion&) = default;
+};
+
 // Handed to the invite generator callback; the SDK builds the link from what it returns.
 class LumetraLinkGenerator {
  public:

@@ -3,7 +3,6 @@
 #include "handlers/complex_config_handler.h"
 #include "handlers/handler_test_support.h"
 #include "handlers/privacy_handler.h"
-#include "sdk/platform.h"
 #include "support/fake_sdk.h"
 
 namespace lumetra_rpc {
@@ -83,20 +82,16 @@ TEST(PrivacyHandler, ConsentAndTCFAnswers) {
   });
 }
 
-struct PrivacyPlatformTest : ::testing::Test {
-  void TearDown() override { platform::setRunningOSVersion(platform::OSVersion{}); }
-};
-
-TEST_F(PrivacyPlatformTest, ATTWaitIsRefusedBelowIOS14WithoutCallingTheSDK) {
+TEST(PrivacyHandler, ATTWaitIsRefusedBelowIOS14WithoutCallingTheSDK) {
   auto sdk = std::make_shared<FakeSDK>();
   LMRPCPrivacyHandler handler{sdk};
-  platform::setRunningOSVersion({13, 7, 9});
+  sdk->scriptPlatform({13, 7, 9}, {});
   auto outcome = testing::runHandler(handler, LMRPCPrivacyRequest{LMRPCWaitForATTRequest{60}});
   EXPECT_TRUE(
       testing::isTypedFailure(outcome, "ATT requires iOS 14.0 or later", error_type::kUnsupportedPlatform));
   EXPECT_TRUE(sdk->calls().empty());
 
-  platform::setRunningOSVersion({14, 0, 0});
+  sdk->scriptPlatform({14, 0, 0}, {});
   outcome = testing::runHandler(handler, LMRPCPrivacyRequest{LMRPCWaitForATTRequest{60}});
   EXPECT_TRUE(testing::isPlainSuccess(outcome, "Waiting for ATT authorization with timeout 60.0s"));
   EXPECT_EQ(sdk->count("waitForATTUserAuthorization"), 1u);

@@ -62,7 +62,7 @@ TEST(SimulatorConfig, NeverWinsOverDataAndNullURLMeansNone) {
   ASSERT_TRUE(parsed.hasValue()) << parsed.error();
   EXPECT_EQ(parsed->logEvent.kind, CompletionReply::Kind::never);
   EXPECT_EQ(parsed->inviteUrl.kind, URLReply::Kind::noURL);
-  EXPECT_EQ(parsed->osVersion, (platform::OSVersion{13, 7, 0}));
+  EXPECT_EQ(parsed->osVersion, (OSVersion{13, 7, 0}));
 }
 
 TEST(SimulatorConfig, TheExampleConfigParses) {

@@ -41,8 +41,6 @@ Expected<std::monostate, std::string> configureSimulator(SimulatorConfig config,
     if (!opened) return Unexpected{opened.error()};
     journal = std::move(opened.value());
   }
-  platform::setRunningOSVersion(config.osVersion);
-  platform::setPresentClasses(config.classes);
   std::shared_ptr<LumetraLib> previous;
   {
     auto& slot = sharedSlot();

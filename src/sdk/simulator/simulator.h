@@ -14,10 +14,9 @@
 
 namespace lumetra_rpc::simulator {
 
-// Replaces the shared LumetraLib with one that follows `config` and applies the config's
-// platform facts. Calls are journaled to `journalPath` from now on when one is given, else
-// to the journal opened before, if any. Fails only when the journal cannot be opened;
-// nothing changes then.
+// Replaces the shared LumetraLib with one that follows `config`, platform facts included.
+// Calls are journaled to `journalPath` from now on when one is given, else to the journal
+// opened before, if any. Fails only when the journal cannot be opened; nothing changes then.
 Expected<std::monostate, std::string> configureSimulator(
     SimulatorConfig config, const std::optional<std::string>& journalPath = std::nullopt);
 

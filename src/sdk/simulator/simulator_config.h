@@ -9,7 +9,6 @@
 #include <string_view>
 #include <vector>
 
-#include "sdk/platform.h"
 #include "sdk/sdk_types.h"
 #include "wire/expected.h"
 
@@ -49,7 +48,7 @@ struct DeepLinkReport {
 struct SimulatorConfig {
   std::string uid = "1712345678901-8274651902736451029";
   std::string version = "6.15.2";
-  platform::OSVersion osVersion;
+  OSVersion osVersion;
   std::vector<std::string> classes;
   CompletionReply start;
   CompletionReply logEvent;
