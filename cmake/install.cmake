@@ -9,13 +9,10 @@ include(CMakePackageConfigHelpers)
 
 set(LMRPC_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/LumetraRPC)
 
-set_target_properties(lumetra_rpc_shared PROPERTIES EXPORT_NAME lumetra_rpc)
-set_target_properties(lumetra_rpc PROPERTIES EXPORT_NAME lumetra_rpc_static)
-
-install(TARGETS lumetra_rpc_shared EXPORT LumetraRPCTargets
+install(TARGETS lumetra_rpc EXPORT LumetraRPCTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS lumetra_rpc EXPORT LumetraRPCStaticTargets
+install(TARGETS lumetra_rpc_static lumetra_rpc_simulator EXPORT LumetraRPCStaticTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/lumetra_rpc
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")

@@ -1,4 +1,7 @@
 # The examples run as a reader would run them, and must print the responses they promise.
+if(NOT LMRPC_BUILD_EXAMPLES)
+  return()
+endif()
 add_test(NAME example_c_host
          COMMAND ${CMAKE_COMMAND} -DEXPECTED=${CMAKE_CURRENT_SOURCE_DIR}/examples/c_host_lines.txt
                  -P ${CMAKE_CURRENT_SOURCE_DIR}/examples/expect_lines.cmake
@@ -12,6 +15,6 @@ if(LMRPC_SANITIZE STREQUAL "none" AND NOT LMRPC_FUZZ AND Python3_Interpreter_FOU
            COMMAND ${CMAKE_COMMAND} -DEXPECTED=${CMAKE_CURRENT_SOURCE_DIR}/examples/python_host_lines.txt
                    -P ${CMAKE_CURRENT_SOURCE_DIR}/examples/expect_lines.cmake
                    ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/examples/python_host.py
-                   $<TARGET_FILE:lumetra_rpc_shared>)
+                   $<TARGET_FILE:lumetra_rpc>)
   set_tests_properties(example_python_host PROPERTIES TIMEOUT 60)
 endif()

@@ -3,7 +3,7 @@
 find_package(Python3 COMPONENTS Interpreter REQUIRED)
 add_executable(lifecycle_host ${CMAKE_CURRENT_SOURCE_DIR}/hosts/lifecycle_host.c)
 set_target_properties(lifecycle_host PROPERTIES C_STANDARD 11 C_STANDARD_REQUIRED ON)
-target_link_libraries(lifecycle_host PRIVATE lumetra_rpc_shared Threads::Threads)
+target_link_libraries(lifecycle_host PRIVATE lumetra_rpc Threads::Threads)
 
 set(LMRPC_HOST_DRIVER ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/hosts/run_hosts.py)
 function(lmrpc_host_test name runs)
@@ -26,10 +26,10 @@ lmrpc_host_test(c_fork 3 $<TARGET_FILE:lifecycle_host> fork)
 if(LMRPC_SANITIZE STREQUAL "none" AND NOT LMRPC_FUZZ)
   foreach(mode dedicated host)
     lmrpc_host_test(python_exit_in_flight_${mode} 10 ${Python3_EXECUTABLE}
-                    ${CMAKE_CURRENT_SOURCE_DIR}/hosts/python_exit_host.py $<TARGET_FILE:lumetra_rpc_shared>
+                    ${CMAKE_CURRENT_SOURCE_DIR}/hosts/python_exit_host.py $<TARGET_FILE:lumetra_rpc>
                     exit-in-flight ${mode})
     lmrpc_host_test(python_events_${mode} 1 ${Python3_EXECUTABLE}
-                    ${CMAKE_CURRENT_SOURCE_DIR}/hosts/python_exit_host.py $<TARGET_FILE:lumetra_rpc_shared>
+                    ${CMAKE_CURRENT_SOURCE_DIR}/hosts/python_exit_host.py $<TARGET_FILE:lumetra_rpc>
                     events ${mode})
   endforeach()
 endif()
@@ -46,6 +46,6 @@ if(LMRPC_MCS AND LMRPC_MONO AND LMRPC_SANITIZE STREQUAL "none" AND NOT LMRPC_FUZ
   foreach(when now after)
     lmrpc_host_test(mono_exit_${when} 5 ${LMRPC_MONO} ${mono_host} ${when})
     set_tests_properties(host_mono_exit_${when} PROPERTIES
-                         ENVIRONMENT "LD_LIBRARY_PATH=$<TARGET_FILE_DIR:lumetra_rpc_shared>")
+                         ENVIRONMENT "LD_LIBRARY_PATH=$<TARGET_FILE_DIR:lumetra_rpc>")
   endforeach()
 endif()

@@ -23,19 +23,25 @@ int refuse(const std::string& message) {
   return kUsageError;
 }
 
-// Sets up the simulated SDK and the shared facade's client; an empty text on success.
+// Sets up the simulated SDK and the shared facade's client; an empty text on success. A
+// bad config is refused before the journal file is created.
 std::string prepare(const cli::CliOptions& options) {
-  auto config = options.sdkConfigPath ? simulator::loadSimulatorConfig(*options.sdkConfigPath)
-                                      : simulator::defaultSimulatorConfig();
-  if (!config) return config.error();
-  auto simulated = simulator::configureSimulator(std::move(config.value()), options.journalPath);
-  if (!simulated) return simulated.error();
+  // The same path a host's configuration takes; the session pumps the main executor
+  // itself, so that it can tell when all is quiet.
   LMRPCConfiguration configuration;
   configuration.timeouts = options.timeouts;
-  // The session pumps the main executor itself, so that it can tell when all is quiet.
   configuration.mainExecutor = MainExecutorMode::host;
+  if (options.sdkConfigPath) {
+    auto text = simulator::readSimulatorConfigFile(*options.sdkConfigPath);
+    if (!text) return text.error();
+    configuration.sdkConfigJson = std::move(*text);
+  }
   auto configured = LumetraRPCBridge::configure(configuration);
-  if (configured.status != ConfigureStatus::applied) return "cannot configure the library: " + configured.reason;
+  if (configured.status != ConfigureStatus::applied) return configured.reason;
+  if (options.journalPath) {
+    auto journaled = simulator::journalSimulatorCalls(*options.journalPath);
+    if (!journaled) return journaled.error();
+  }
   return {};
 }
 

@@ -2,7 +2,6 @@
 
 #include "handlers/handler_support.h"
 #include "parsing/url_check.h"
-#include "sdk/platform.h"
 
 namespace lumetra_rpc {
 
@@ -32,7 +31,7 @@ SDKOutcome apply(const SDKPtr& sdk, LMRPCAddPushNotificationDeepLinkPathRequest 
 // succeeds, and the SDK simply gets no class.
 SDKOutcome apply(const SDKPtr& sdk, LMRPCEnableFacebookDeferredApplinksRequest r) {
   std::optional<ClassHandle> appLinkUtility;
-  if (r.enable) appLinkUtility = platform::lookupClass(kFacebookAppLinkClass);
+  if (r.enable) appLinkUtility = sdk->lookupClass(kFacebookAppLinkClass);
   sdk->enableFacebookDeferredApplinks(appLinkUtility);
   return success(r.enable ? "Facebook deferred applinks enabled (FBSDKAppLinkUtility)"
                           : "Facebook deferred applinks disabled");

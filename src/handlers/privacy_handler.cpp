@@ -1,7 +1,6 @@
 #include "handlers/privacy_handler.h"
 
 #include "handlers/handler_support.h"
-#include "sdk/platform.h"
 #include "wire/number_text.h"
 
 namespace lumetra_rpc {
@@ -11,10 +10,10 @@ namespace {
 using SDK = LMRPCPrivacySDK;
 
 // App Tracking Transparency exists only from this release on.
-constexpr platform::OSVersion kATTMinimumVersion{14, 0, 0};
+constexpr OSVersion kATTMinimumVersion{14, 0, 0};
 
 SDKOutcome apply(SDK& sdk, const LMRPCWaitForATTRequest& r) {
-  if (!platform::isOSVersionAtLeast(kATTMinimumVersion)) {
+  if (sdk.runningOSVersion() < kATTMinimumVersion) {
     return SDKFailure::ofType("ATT requires iOS 14.0 or later", error_type::kUnsupportedPlatform);
   }
   sdk.waitForATTUserAuthorization(r.timeout);

@@ -8,13 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "wire/any_codable.h"
+#include "lumetra_rpc/sdk_types.h"
 
 namespace lumetra_rpc {
-
-using StringList = std::vector<std::string>;
-using StringDictionary = std::map<std::string, std::string, std::less<>>;
-using Bytes = std::vector<std::uint8_t>;
 
 // Core
 struct LMRPCInitRequest {

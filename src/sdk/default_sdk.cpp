@@ -11,8 +11,8 @@ std::shared_ptr<LMRPCSDKCapabilities> makeDefaultSDK() {
 
 Expected<std::monostate, std::string> configureDefaultSDK(std::string_view sdkConfigJson) {
   auto config = simulator::parseSimulatorConfig(sdkConfigJson);
-  if (!config) return Unexpected<std::string>{config.error()};
-  return simulator::configureSimulator(std::move(config.value()));
+  if (!config) return Unexpected{config.error()};
+  return simulator::configureSimulator(std::move(config).value());
 }
 
 void shutdownDefaultSDK() noexcept {

@@ -1,5 +1,7 @@
 #include "sdk/lumetra_sdk_adapter.h"
 
+#include <algorithm>
+
 #include "sdk/simulator/helper_classes.h"
 
 namespace lumetra_rpc {
@@ -222,6 +224,11 @@ void LumetraSDKAdapter::setPartnerData(const std::string& partnerId, const JSONO
   sdk_->setPartnerDataWithPartnerId(partnerId, toSDKDictionary(partnerInfo));
 }
 
+// The simulated device's facts come from the simulator's config.
+OSVersion LumetraSDKAdapter::runningOSVersion() const {
+  return sdk_->context().config().osVersion;
+}
+
 void LumetraSDKAdapter::waitForATTUserAuthorization(double timeoutInterval) {
   sdk_->waitForATTUserAuthorizationWithTimeoutInterval(timeoutInterval);
 }
@@ -239,6 +246,12 @@ void LumetraSDKAdapter::appendParametersToDeepLinkingURL(const std::string& cont
 void LumetraSDKAdapter::addPushNotificationDeepLinkPath(const StringList& path) {
   sdk_->addPushNotificationDeepLinkPath(path);
 }
+std::optional<ClassHandle> LumetraSDKAdapter::lookupClass(std::string_view name) const {
+  const auto& present = sdk_->context().config().classes;
+  if (std::find(present.begin(), present.end(), name) == present.end()) return std::nullopt;
+  return ClassHandle{std::string(name)};
+}
+
 void LumetraSDKAdapter::enableFacebookDeferredApplinks(const std::optional<ClassHandle>& appLinkUtility) {
   sdk_->enableFacebookDeferredApplinksWithClass(appLinkUtility);
 }

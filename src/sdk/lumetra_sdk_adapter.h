@@ -75,6 +75,7 @@ class LumetraSDKAdapter final : public LMRPCSDKCapabilities {
   void setSharingFilterForPartners(const std::optional<StringList>& partners) override;
   void setPartnerData(const std::string& partnerId, const JSONObject& partnerInfo) override;
 
+  OSVersion runningOSVersion() const override;
   void waitForATTUserAuthorization(double timeoutInterval) override;
   void setConsentData(const LumetraConsent& consent) override;
   void enableTCFDataCollection(bool enable) override;
@@ -82,6 +83,7 @@ class LumetraSDKAdapter final : public LMRPCSDKCapabilities {
   void appendParametersToDeepLinkingURL(const std::string& containsString,
                                         const StringDictionary& parameters) override;
   void addPushNotificationDeepLinkPath(const StringList& path) override;
+  std::optional<ClassHandle> lookupClass(std::string_view name) const override;
   void enableFacebookDeferredApplinks(const std::optional<ClassHandle>& appLinkUtility) override;
   std::optional<URLValue> facebookDeferredAppLink() const override;
   void setFacebookDeferredAppLink(const std::optional<URLValue>& url) override;

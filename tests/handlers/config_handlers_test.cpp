@@ -3,8 +3,6 @@
 #include "handlers/complex_config_handler.h"
 #include "handlers/handler_test_support.h"
 #include "handlers/privacy_handler.h"
-#include "handlers/simple_config_handler.h"
-#include "sdk/platform.h"
 #include "support/fake_sdk.h"
 
 namespace lumetra_rpc {
@@ -33,42 +31,6 @@ void expectSetterCases(const std::vector<SetterCase<Request>>& cases) {
     EXPECT_EQ(calls[0].name, c.call);
     EXPECT_EQ(calls[0].argsText(), c.argsText);
   }
-}
-
-TEST(SimpleConfigHandler, EachSetterWritesItsFieldAndAnswersItsMessage) {
-  using R = LMRPCSimpleConfigRequest;
-  expectSetterCases<LMRPCSimpleConfigHandler, R>({
-      {R{LMRPCIsDebugRequest{true}}, "Debug mode enabled", "setIsDebug", "[true]"},
-      {R{LMRPCIsDebugRequest{false}}, "Debug mode disabled (default)", "setIsDebug", "[false]"},
-      {R{LMRPCSetCustomerUserIdRequest{"u-1"}}, "customerUserId set", "setCustomerUserID", R"(["u-1"])"},
-      {R{LMRPCSetAdditionalDataRequest{{{"a", 1}, {"b", "x"}}}}, "additionalData set", "setAdditionalData",
-       R"([{"a":1,"b":"x"}])"},
-      {R{LMRPCSetAdditionalDataRequest{}}, "additionalData set", "setAdditionalData", "[{}]"},
-      {R{LMRPCSetCurrencyCodeRequest{"EUR"}}, "currencyCode set", "setCurrencyCode", R"(["EUR"])"},
-      {R{LMRPCSetDisableAdvertisingIdentifierRequest{true}}, "disableAdvertisingIdentifier set",
-       "setDisableAdvertisingIdentifier", "[true]"},
-      {R{LMRPCSetDisableSKAdNetworkRequest{true}}, "disableSKAdNetwork set", "setDisableSKAdNetwork",
-       "[true]"},
-      {R{LMRPCSetShouldCollectDeviceNameRequest{false}}, "shouldCollectDeviceName set",
-       "setShouldCollectDeviceName", "[false]"},
-      {R{LMRPCSetAppInviteHoplineIDRequest{"h1"}}, "appInviteHoplineID set", "setAppInviteHoplineID",
-       R"(["h1"])"},
-      {R{LMRPCSetAnonymizeUserRequest{true}}, "anonymizeUser set", "setAnonymizeUser", "[true]"},
-      {R{LMRPCSetDisableCollectASARequest{true}}, "disableCollectASA set", "setDisableCollectASA", "[true]"},
-      {R{LMRPCSetDisableAppleAdsAttributionRequest{false}}, "disableAppleAdsAttribution set",
-       "setDisableAppleAdsAttribution", "[false]"},
-      {R{LMRPCSetUseReceiptValidationSandboxRequest{true}}, "useReceiptValidationSandbox set",
-       "setUseReceiptValidationSandbox", "[true]"},
-      {R{LMRPCSetUseUninstallSandboxRequest{true}}, "useUninstallSandbox set", "setUseUninstallSandbox",
-       "[true]"},
-      {R{LMRPCSetPhoneNumberRequest{"+4912345"}}, "phoneNumber set", "setPhoneNumber", R"(["+4912345"])"},
-      {R{LMRPCSetDisableIDFVCollectionRequest{true}}, "disableIDFVCollection set", "setDisableIDFVCollection",
-       "[true]"},
-      {R{LMRPCSetCurrentDeviceLanguageRequest{"de"}}, "currentDeviceLanguage set", "setCurrentDeviceLanguage",
-       R"(["de"])"},
-      {R{LMRPCSetStoppedRequest{true}}, "SDK stopped", "setIsStopped", "[true]"},
-      {R{LMRPCSetStoppedRequest{false}}, "SDK resumed", "setIsStopped", "[false]"},
-  });
 }
 
 TEST(ComplexConfigHandler, MessagesAreComposedFromTheRequestValues) {
@@ -120,20 +82,16 @@ TEST(PrivacyHandler, ConsentAndTCFAnswers) {
   });
 }
 
-struct PrivacyPlatformTest : ::testing::Test {
-  void TearDown() override { platform::setRunningOSVersion(platform::OSVersion{}); }
-};
-
-TEST_F(PrivacyPlatformTest, ATTWaitIsRefusedBelowIOS14WithoutCallingTheSDK) {
+TEST(PrivacyHandler, ATTWaitIsRefusedBelowIOS14WithoutCallingTheSDK) {
   auto sdk = std::make_shared<FakeSDK>();
   LMRPCPrivacyHandler handler{sdk};
-  platform::setRunningOSVersion({13, 7, 9});
+  sdk->scriptPlatform({13, 7, 9}, {});
   auto outcome = testing::runHandler(handler, LMRPCPrivacyRequest{LMRPCWaitForATTRequest{60}});
   EXPECT_TRUE(
       testing::isTypedFailure(outcome, "ATT requires iOS 14.0 or later", error_type::kUnsupportedPlatform));
   EXPECT_TRUE(sdk->calls().empty());
 
-  platform::setRunningOSVersion({14, 0, 0});
+  sdk->scriptPlatform({14, 0, 0}, {});
   outcome = testing::runHandler(handler, LMRPCPrivacyRequest{LMRPCWaitForATTRequest{60}});
   EXPECT_TRUE(testing::isPlainSuccess(outcome, "Waiting for ATT authorization with timeout 60.0s"));
   EXPECT_EQ(sdk->count("waitForATTUserAuthorization"), 1u);

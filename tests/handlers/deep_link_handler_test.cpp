@@ -4,7 +4,6 @@
 
 #include "handlers/handler_test_support.h"
 #include "lumetra_rpc/client.h"
-#include "sdk/platform.h"
 #include "support/fake_sdk.h"
 #include "support/pump.h"
 
@@ -15,8 +14,6 @@ using testing::FakeSDK;
 using R = LMRPCDeepLinkRequest;
 
 struct DeepLinkHandlerTest : ::testing::Test {
-  void TearDown() override { platform::setPresentClasses({}); }
-
   std::optional<SDKOutcome> run(R request, bool* answeredOnMain = nullptr) {
     return testing::runHandler(handler, std::move(request), answeredOnMain);
   }
@@ -92,7 +89,7 @@ TEST_F(DeepLinkHandlerTest, FacebookApplinksMessageFollowsTheFlagNotTheLookup) {
   EXPECT_TRUE(testing::isPlainSuccess(outcome, "Facebook deferred applinks enabled (FBSDKAppLinkUtility)"));
   EXPECT_EQ(sdk->lastCall("enableFacebookDeferredApplinks")->argsText(), "[null]");
 
-  platform::setPresentClasses({"FBSDKAppLinkUtility"});
+  sdk->scriptPlatform(OSVersion{}, {"FBSDKAppLinkUtility"});
   run(R{LMRPCEnableFacebookDeferredApplinksRequest{true}});
   EXPECT_EQ(sdk->lastCall("enableFacebookDeferredApplinks")->argsText(), R"(["FBSDKAppLinkUtility"])");
 

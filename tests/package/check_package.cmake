@@ -38,6 +38,7 @@ build_consumer(${WORK_DIR}/find_package -DCMAKE_PREFIX_PATH=${prefix})
 expect_output(${WORK_DIR}/find_package/c_consumer "${c_expected}")
 expect_output(${WORK_DIR}/find_package/c_consumer_static "${c_expected}")
 expect_output(${WORK_DIR}/find_package/cpp_consumer "${cpp_expected}")
+expect_output(${WORK_DIR}/find_package/sdk_consumer "binding-1.0")
 
 set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)
 build_consumer(${WORK_DIR}/pkg_config -DCONSUME_VIA_PKG_CONFIG=ON)

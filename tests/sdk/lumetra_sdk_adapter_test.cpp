@@ -152,6 +152,17 @@ TEST(LumetraSDKAdapter, InviteLinkIsBuiltFromTheReturnedGenerator) {
   EXPECT_EQ(url->absoluteString, "https://go.example.com/invite?screen=a%20b");
 }
 
+TEST(LumetraSDKAdapter, PlatformFactsFollowTheSimulatorConfig) {
+  auto config = simulator::defaultSimulatorConfig();
+  config.osVersion = OSVersion{13, 7, 0};
+  config.classes = {"FBSDKAppLinkUtility"};
+  ScopedSimulator scoped(config);
+  LumetraSDKAdapter adapter;
+  EXPECT_EQ(adapter.runningOSVersion(), (OSVersion{13, 7, 0}));
+  EXPECT_EQ(adapter.lookupClass("FBSDKAppLinkUtility")->name, "FBSDKAppLinkUtility");
+  EXPECT_FALSE(adapter.lookupClass("FBSDKAppLinkUtilityX").has_value());
+}
+
 TEST(LumetraSDKAdapter, DelayedRepeatedAnswersComeFromAnotherThread) {
   auto config = simulator::defaultSimulatorConfig();
   config.start.timing = simulator::ReplyTiming{1, 2};

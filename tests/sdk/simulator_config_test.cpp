@@ -62,11 +62,13 @@ TEST(SimulatorConfig, NeverWinsOverDataAndNullURLMeansNone) {
   ASSERT_TRUE(parsed.hasValue()) << parsed.error();
   EXPECT_EQ(parsed->logEvent.kind, CompletionReply::Kind::never);
   EXPECT_EQ(parsed->inviteUrl.kind, URLReply::Kind::noURL);
-  EXPECT_EQ(parsed->osVersion, (platform::OSVersion{13, 7, 0}));
+  EXPECT_EQ(parsed->osVersion, (OSVersion{13, 7, 0}));
 }
 
 TEST(SimulatorConfig, TheExampleConfigParses) {
-  auto parsed = loadSimulatorConfig(LMRPC_TEST_DATA_DIR "/../../examples/simulator_config.json");
+  auto text = readSimulatorConfigFile(LMRPC_TEST_DATA_DIR "/../../examples/simulator_config.json");
+  ASSERT_TRUE(text.hasValue()) << text.error();
+  auto parsed = parseSimulatorConfig(*text);
   ASSERT_TRUE(parsed.hasValue()) << parsed.error();
   ASSERT_TRUE(parsed->deepLink.has_value());
   ASSERT_TRUE(parsed->deepLink->result.deepLink.has_value());

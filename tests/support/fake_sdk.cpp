@@ -73,6 +73,12 @@ void FakeSDK::scriptContinueUserActivity(bool answer) {
   write(continueUserActivityAnswer_, answer);
 }
 
+void FakeSDK::scriptPlatform(OSVersion osVersion, std::vector<std::string> presentClasses) {
+  std::lock_guard guard(mutex_);
+  osVersion_ = osVersion;
+  presentClasses_ = std::move(presentClasses);
+}
+
 void FakeSDK::scriptIdentity(std::string uid, std::string sdkVersion) {
   std::lock_guard guard(mutex_);
   uid_ = std::move(uid);
@@ -261,6 +267,17 @@ void FakeSDK::setSharingFilterForPartners(const std::optional<StringList>& partn
 
 void FakeSDK::setPartnerData(const std::string& partnerId, const JSONObject& partnerInfo) {
   record("setPartnerData", {partnerId, partnerInfo});
+}
+
+OSVersion FakeSDK::runningOSVersion() const {
+  return read(osVersion_);
+}
+
+std::optional<ClassHandle> FakeSDK::lookupClass(std::string_view name) const {
+  std::lock_guard guard(mutex_);
+  if (std::find(presentClasses_.begin(), presentClasses_.end(), name) == presentClasses_.end())
+    return std::nullopt;
+  return ClassHandle{std::string(name)};
 }
 
 void FakeSDK::waitForATTUserAuthorization(double timeoutInterval) {

@@ -93,6 +93,7 @@ class FakeSDK : public LMRPCSDKCapabilities {
   void scriptPurchaseDetailsYieldNone(bool none);
   void scriptIdentity(std::string uid, std::string sdkVersion);
   void scriptContinueUserActivity(bool answer);
+  void scriptPlatform(OSVersion osVersion, std::vector<std::string> presentClasses);
   // Fires every held (Reply::kLate) callback of `operation` on the calling thread.
   std::size_t fireHeld(std::string_view operation);
   std::size_t heldCount(std::string_view operation) const;
@@ -148,6 +149,8 @@ class FakeSDK : public LMRPCSDKCapabilities {
   void setInstallId(const std::string& installId) override;
   void setSharingFilterForPartners(const std::optional<StringList>& partners) override;
   void setPartnerData(const std::string& partnerId, const JSONObject& partnerInfo) override;
+  OSVersion runningOSVersion() const override;
+  std::optional<ClassHandle> lookupClass(std::string_view name) const override;
   void waitForATTUserAuthorization(double timeoutInterval) override;
   void setConsentData(const LumetraConsent& consent) override;
   void enableTCFDataCollection(bool enable) override;
@@ -223,6 +226,8 @@ class FakeSDK : public LMRPCSDKCapabilities {
   std::shared_ptr<RecordingLinkGenerator> linkGenerator_;
   bool purchaseDetailsYieldNone_ = false;
   bool continueUserActivityAnswer_ = true;
+  OSVersion osVersion_;
+  std::vector<std::string> presentClasses_;
   std::string uid_ = "fake-lumetra-uid";
   std::string sdkVersion_ = "fake-sdk-version";
 };

@@ -37,14 +37,6 @@ TEST(ClientError, WireFormAndDescriptionDifferWhereTheyShould) {
   EXPECT_EQ(*writeJSON(toJSON(withDetails)), R"({"code":422,"details":{"parameter":"url"},"message":"v"})");
 }
 
-TEST(Records, ResponseAndEventShapes) {
-  EXPECT_EQ(*writeJSON(toJSON(LMRPCResponse{})), R"({"error":null,"id":null,"result":null})");
-  LMRPCEvent bare("onX", std::nullopt, 12);
-  EXPECT_EQ(*writeJSON(toJSON(bare)), R"({"event":"onX","origin":"ios","timestamp":12})");
-  EXPECT_EQ(kResponseFallbackText.size(), 82u);
-  EXPECT_EQ(kEventFallbackText.size(), 76u);
-}
-
 TEST(Records, EventTimestampIsTruncatedMilliseconds) {
   using namespace std::chrono;
   auto before = duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();

@@ -14,11 +14,15 @@
 
 namespace lumetra_rpc::simulator {
 
-// Replaces the shared LumetraLib with one that follows `config`, applies the config's
-// platform facts, and journals every call to `journalPath` when one is given. Fails only
-// when the journal cannot be opened; nothing changes then.
+// Replaces the shared LumetraLib with one that follows `config`, platform facts included.
+// Calls are journaled to `journalPath` from now on when one is given, else to the journal
+// opened before, if any. Fails only when the journal cannot be opened; nothing changes then.
 Expected<std::monostate, std::string> configureSimulator(
     SimulatorConfig config, const std::optional<std::string>& journalPath = std::nullopt);
+
+// Journals every call from now on to `path`, keeping the current behaviour. Fails when
+// the file cannot be opened; nothing changes then.
+Expected<std::monostate, std::string> journalSimulatorCalls(const std::string& path);
 
 // True when the shared instance has no answer or report still scheduled or running.
 bool simulatorIdle();

@@ -26,7 +26,7 @@ Expected<std::string, std::string> readString(const JSONObject& root, std::strin
 }
 
 // "17", "17.4" and "17.4.1" are all accepted; missing parts are zero.
-std::optional<platform::OSVersion> parseOSVersion(std::string_view text) {
+std::optional<OSVersion> parseOSVersion(std::string_view text) {
   int parts[3] = {0, 0, 0};
   std::size_t index = 0;
   const char* cursor = text.data();
@@ -36,16 +36,16 @@ std::optional<platform::OSVersion> parseOSVersion(std::string_view text) {
     if (error != std::errc{} || parts[index] < 0) return std::nullopt;
     ++index;
     cursor = next;
-    if (cursor == end) return platform::OSVersion{parts[0], parts[1], parts[2]};
+    if (cursor == end) return OSVersion{parts[0], parts[1], parts[2]};
     if (*cursor != '.') return std::nullopt;
     ++cursor;
   }
   return std::nullopt;
 }
 
-Expected<platform::OSVersion, std::string> readOSVersion(const JSONObject& root) {
+Expected<OSVersion, std::string> readOSVersion(const JSONObject& root) {
   const auto* value = member(root, "osVersion");
-  if (!value) return platform::OSVersion{};
+  if (!value) return OSVersion{};
   const auto* text = value->getIf<std::string>();
   auto version = text ? parseOSVersion(*text) : std::nullopt;
   if (!version) return mustBe("osVersion", "a version string \"major.minor.patch\"");
@@ -158,12 +158,12 @@ Expected<SimulatorConfig, std::string> parseSimulatorConfig(std::string_view tex
   return config;
 }
 
-Expected<SimulatorConfig, std::string> loadSimulatorConfig(const std::string& path) {
+Expected<std::string, std::string> readSimulatorConfigFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) return Failure{"cannot read simulator config " + path};
   std::ostringstream text;
   text << file.rdbuf();
-  return parseSimulatorConfig(text.str());
+  return text.str();
 }
 
 }  // namespace lumetra_rpc::simulator

@@ -9,7 +9,6 @@
 #include <string_view>
 #include <vector>
 
-#include "sdk/platform.h"
 #include "sdk/sdk_types.h"
 #include "wire/expected.h"
 
@@ -49,7 +48,7 @@ struct DeepLinkReport {
 struct SimulatorConfig {
   std::string uid = "1712345678901-8274651902736451029";
   std::string version = "6.15.2";
-  platform::OSVersion osVersion;
+  OSVersion osVersion;
   std::vector<std::string> classes;
   CompletionReply start;
   CompletionReply logEvent;
@@ -68,6 +67,8 @@ SimulatorConfig defaultSimulatorConfig();
 
 // Fails with a message that names the offending key.
 Expected<SimulatorConfig, std::string> parseSimulatorConfig(std::string_view text);
-Expected<SimulatorConfig, std::string> loadSimulatorConfig(const std::string& path);
+
+// The text of a config file, or a message naming the file that cannot be read.
+Expected<std::string, std::string> readSimulatorConfigFile(const std::string& path);
 
 }  // namespace lumetra_rpc::simulator

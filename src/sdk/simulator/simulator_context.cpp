@@ -15,7 +15,7 @@ void shielded(const std::function<void()>& deliver) noexcept {
 
 }  // namespace
 
-SimulatorContext::SimulatorContext(SimulatorConfig config, std::unique_ptr<CallJournal> journal)
+SimulatorContext::SimulatorContext(SimulatorConfig config, std::shared_ptr<CallJournal> journal)
     : config_(std::move(config)), journal_(std::move(journal)) {}
 
 void SimulatorContext::record(std::string_view call, JSONArray args,

@@ -23,7 +23,7 @@ using CompletionBlock = std::function<void(std::optional<AnyKeyMap>, std::option
 
 class SimulatorContext {
  public:
-  SimulatorContext(SimulatorConfig config, std::unique_ptr<CallJournal> journal);
+  SimulatorContext(SimulatorConfig config, std::shared_ptr<CallJournal> journal);
 
   const SimulatorConfig& config() const noexcept { return config_; }
   SimScheduler& scheduler() noexcept { return scheduler_; }
@@ -43,7 +43,7 @@ class SimulatorContext {
 
  private:
   SimulatorConfig config_;
-  std::unique_ptr<CallJournal> journal_;
+  std::shared_ptr<CallJournal> journal_;
   SimScheduler scheduler_;
 };
 
