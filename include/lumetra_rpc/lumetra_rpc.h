@@ -45,9 +45,9 @@ extern "C" {
 
 /* Return values of lmrpc_execute_json, lmrpc_configure and lmrpc_shutdown. */
 #define LMRPC_OK 0
-#define LMRPC_ALREADY_RUNNING 1   /* lmrpc_configure: too late, nothing changed */
-#define LMRPC_INVALID_CONFIG 2    /* lmrpc_configure: see lmrpc_configure_error() */
-#define LMRPC_STOPPED 3           /* lmrpc_execute_json: shut down, no completion will come */
+#define LMRPC_ALREADY_RUNNING 1    /* lmrpc_configure: too late, nothing changed */
+#define LMRPC_INVALID_CONFIG 2     /* lmrpc_configure: see lmrpc_configure_error() */
+#define LMRPC_STOPPED 3            /* lmrpc_execute_json: shut down, no completion will come */
 #define LMRPC_SHUTDOWN_TIMED_OUT 4 /* lmrpc_shutdown: not everything finished in time */
 
 typedef void (*lmrpc_text_callback)(void *context, char *text, size_t length);

@@ -9,10 +9,22 @@ namespace lumetra_rpc {
 
 const NameTable& pluginTypes() {
   static Immortal<NameTable> table(NameTable{
-      {"ios_native", 0}, {"unity", 1},         {"flutter", 2},  {"react_native", 3},
-      {"adobe_air", 4},  {"adobe_mobile", 5},  {"cocos2dx", 6}, {"cordova", 7},
-      {"mparticle", 8},  {"native_script", 9}, {"expo", 10},    {"unreal", 11},
-      {"xamarin", 12},   {"capacitor", 13},    {"segment", 14}, {"adobe_swift_aep", 15},
+      {"ios_native", 0},
+      {"unity", 1},
+      {"flutter", 2},
+      {"react_native", 3},
+      {"adobe_air", 4},
+      {"adobe_mobile", 5},
+      {"cocos2dx", 6},
+      {"cordova", 7},
+      {"mparticle", 8},
+      {"native_script", 9},
+      {"expo", 10},
+      {"unreal", 11},
+      {"xamarin", 12},
+      {"capacitor", 13},
+      {"segment", 14},
+      {"adobe_swift_aep", 15},
   });
   return table.get();
 }
@@ -24,13 +36,20 @@ const NameTable& purchaseTypes() {
 
 const NameTable& mediationNetworks() {
   static Immortal<NameTable> table(NameTable{
-      {"googleadmob", 1}, {"ironsource", 2},
-      {"applovinmax", 3}, {"fyber", 4},
-      {"appodeal", 5},    {"admost", 6},
-      {"topon", 7},       {"tradplus", 8},
-      {"yandex", 9},      {"chartboost", 10},
-      {"unity", 11},      {"toponpte", 12},
-      {"custom", 13},     {"directmonetization", 14},
+      {"googleadmob", 1},
+      {"ironsource", 2},
+      {"applovinmax", 3},
+      {"fyber", 4},
+      {"appodeal", 5},
+      {"admost", 6},
+      {"topon", 7},
+      {"tradplus", 8},
+      {"yandex", 9},
+      {"chartboost", 10},
+      {"unity", 11},
+      {"toponpte", 12},
+      {"custom", 13},
+      {"directmonetization", 14},
   });
   return table.get();
 }

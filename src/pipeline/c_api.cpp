@@ -70,7 +70,9 @@ R guarded(R fallback, F&& body) {
 }
 
 LumetraRPCBridge::TextHandler completionOf(lmrpc_text_callback completion, void* context) {
-  return [completion, context](std::string response) { handOver(completion, context, response, gResponseFallback.text); };
+  return [completion, context](std::string response) {
+    handOver(completion, context, response, gResponseFallback.text);
+  };
 }
 
 }  // namespace
@@ -95,7 +97,8 @@ int lmrpc_configure(const char* json, size_t length) {
     auto result = LumetraRPCBridge::configureJson(json ? std::string_view(json, length) : std::string_view());
     if (result.status == lumetra_rpc::ConfigureStatus::applied) return LMRPC_OK;
     tConfigureError = result.reason;
-    return result.status == lumetra_rpc::ConfigureStatus::alreadyRunning ? LMRPC_ALREADY_RUNNING : LMRPC_INVALID_CONFIG;
+    return result.status == lumetra_rpc::ConfigureStatus::alreadyRunning ? LMRPC_ALREADY_RUNNING
+                                                                         : LMRPC_INVALID_CONFIG;
   });
 }
 
@@ -109,8 +112,8 @@ int lmrpc_execute_json(const char* text, size_t length, lmrpc_text_callback comp
     // Refused by length before anything is copied: a huge text costs the caller nothing.
     bool accepted = length >= lumetra_rpc::kMaxRequestBytes
                         ? lumetra_rpc::submitAnswered(lumetra_rpc::oversizedRequestText(), std::move(done))
-                        : LumetraRPCBridge::shared()->executeJson(text ? std::string(text, length) : std::string(),
-                                                                  std::move(done));
+                        : LumetraRPCBridge::shared()->executeJson(
+                              text ? std::string(text, length) : std::string(), std::move(done));
     return accepted ? LMRPC_OK : LMRPC_STOPPED;
   });
 }
@@ -141,7 +144,8 @@ void lmrpc_text_free(char* text) {
 
 int lmrpc_shutdown(uint32_t timeout_ms) {
   return guarded(LMRPC_SHUTDOWN_TIMED_OUT, [&] {
-    return lumetra_rpc::shutdownLibrary(std::chrono::milliseconds(timeout_ms)) ? LMRPC_OK : LMRPC_SHUTDOWN_TIMED_OUT;
+    return lumetra_rpc::shutdownLibrary(std::chrono::milliseconds(timeout_ms)) ? LMRPC_OK
+                                                                               : LMRPC_SHUTDOWN_TIMED_OUT;
   });
 }
 

@@ -6,12 +6,12 @@
 #include <boost/asio/strand.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
-#include "runtime/host_call.h"
-#include "runtime/runtime_core.h"
 #include "pipeline/client_internals.h"
 #include "pipeline/request_handler.h"
 #include "pipeline/request_run.h"
 #include "pipeline/text_encoding.h"
+#include "runtime/host_call.h"
+#include "runtime/runtime_core.h"
 #include "sdk/capabilities.h"
 #include "sdk/default_sdk.h"
 

@@ -47,7 +47,8 @@ Expected<TimeoutConfig, std::string> readTimeouts(const AnyCodable& value) {
   for (const auto& [name, member] : *members) {
     auto field = std::find_if(std::begin(fields), std::end(fields), [&](auto& f) { return name == f.first; });
     if (field == std::end(fields))
-      return Failure{"unknown timeout \"" + name + "\" (known: start, logEvent, purchase, crossPromotion, shareInvite)"};
+      return Failure{"unknown timeout \"" + name +
+                     "\" (known: start, logEvent, purchase, crossPromotion, shareInvite)"};
     auto seconds = numberOf(member);
     if (!seconds || !std::isfinite(*seconds) || *seconds < 0 || *seconds > kMaxTimeoutSeconds)
       return Failure{"timeout \"" + name + "\" must be a number of seconds from 0 to 1e9"};
@@ -100,7 +101,8 @@ Expected<LMRPCConfiguration, std::string> readConfiguration(std::string_view jso
 
 ConfigureResult applyConfiguration(const LMRPCConfiguration& configuration) {
   ConfigureResult result;
-  if (configuration.poolThreads && (*configuration.poolThreads < 1 || *configuration.poolThreads > kMaxPoolThreads))
+  if (configuration.poolThreads &&
+      (*configuration.poolThreads < 1 || *configuration.poolThreads > kMaxPoolThreads))
     return {ConfigureStatus::invalid, "\"poolThreads\" must be an integer from 1 to 256"};
   bool configurable = changeSettings([&](RuntimeSettings& settings) {
     // Everything that can fail comes first, so a refused configuration changes nothing.
@@ -113,7 +115,8 @@ ConfigureResult applyConfiguration(const LMRPCConfiguration& configuration) {
     }
     if (configuration.poolThreads) settings.poolThreads = *configuration.poolThreads;
     if (configuration.mainExecutor)
-      settings.mainMode = *configuration.mainExecutor == MainExecutorMode::host ? MainMode::host : MainMode::dedicated;
+      settings.mainMode =
+          *configuration.mainExecutor == MainExecutorMode::host ? MainMode::host : MainMode::dedicated;
     auto& s = store();
     std::lock_guard lock(s.mutex);
     if (configuration.timeouts) s.settings.timeouts = *configuration.timeouts;

@@ -66,13 +66,14 @@ void PendingRequests::queue(Completion completion, std::string text) noexcept {
   bool queued = false;
   try {
     if (auto* core = RuntimeCore::ifStarted()) {
-      queued = core->mainQueue().post([this, completion = std::move(completion), text = std::move(text)]() mutable {
-        struct Delivered {
-          std::atomic<std::size_t>& count;
-          ~Delivered() { count.fetch_sub(1, std::memory_order_acq_rel); }
-        } delivered{undelivered_};
-        if (completion) completion(std::move(text));
-      });
+      queued = core->mainQueue().post(
+          [this, completion = std::move(completion), text = std::move(text)]() mutable {
+            struct Delivered {
+              std::atomic<std::size_t>& count;
+              ~Delivered() { count.fetch_sub(1, std::memory_order_acq_rel); }
+            } delivered{undelivered_};
+            if (completion) completion(std::move(text));
+          });
     }
   } catch (...) {
   }

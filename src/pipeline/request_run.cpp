@@ -47,7 +47,8 @@ std::string answerOf(std::optional<AnyCodable> id, const std::optional<SDKOutcom
 }  // namespace
 
 std::string oversizedRequestText() noexcept {
-  return encodeErrorResponse(LMRPCClientError::invalidJSON("Request payload too large").toRPCError(), std::nullopt);
+  return encodeErrorResponse(LMRPCClientError::invalidJSON("Request payload too large").toRPCError(),
+                             std::nullopt);
 }
 
 std::string unexpectedFailureText() noexcept {

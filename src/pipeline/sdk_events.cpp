@@ -5,9 +5,9 @@
 
 #include <boost/asio/post.hpp>
 
-#include "runtime/runtime_core.h"
 #include "pipeline/json_safe_copy.h"
 #include "pipeline/request_handler.h"
+#include "runtime/runtime_core.h"
 
 namespace lumetra_rpc {
 namespace {

@@ -21,7 +21,6 @@ std::shared_ptr<LMRPCSDKCapabilities> makeDefaultSDK();
 // nothing.
 Expected<std::monostate, std::string> configureDefaultSDK(std::string_view sdkConfigJson);
 
-
 // Stops whatever threads the default SDK runs; its later answers never arrive.
 void shutdownDefaultSDK() noexcept;
 

@@ -60,7 +60,10 @@ static void send(const char *json, size_t slot) {
 
 static void wait_for_calls(int expected, int host_driven) {
   for (int i = 0; i < 4000 && atomic_load(&calls) < expected; ++i) {
-    if (host_driven) lmrpc_main_run_for(1); else sleep_ms(1);
+    if (host_driven)
+      lmrpc_main_run_for(1);
+    else
+      sleep_ms(1);
   }
   if (atomic_load(&calls) < expected) fail("completions missing");
 }
@@ -90,7 +93,10 @@ static int exit_in_callback(int host_driven) {
   const char *json = "{\"id\":1,\"method\":\"getSDKVersion\"}";
   for (int i = 0; i < 20; ++i) lmrpc_execute_json(json, strlen(json), exit_from_callback, NULL);
   for (int i = 0; i < 5000; ++i) {
-    if (host_driven) lmrpc_main_run_for(1); else sleep_ms(1);
+    if (host_driven)
+      lmrpc_main_run_for(1);
+    else
+      sleep_ms(1);
   }
   fail("the completion never ran");
   return 1;
@@ -112,7 +118,8 @@ static int shutdown_pending(int host_driven) {
     fail(last_text[0]);
   if (!strstr(last_text[3], "\"success\":true")) fail(last_text[3]);
   const char *json = "{\"id\":3,\"method\":\"getSDKVersion\"}";
-  if (lmrpc_execute_json(json, strlen(json), on_answer, (void *)4) != LMRPC_STOPPED) fail("accepted after shutdown");
+  if (lmrpc_execute_json(json, strlen(json), on_answer, (void *)4) != LMRPC_STOPPED)
+    fail("accepted after shutdown");
   if (lmrpc_shutdown(0) != LMRPC_OK) fail("a second shutdown differs");
   sleep_ms(50);
   if (lmrpc_main_run_until_idle() != 0 || atomic_load(&calls) != after) fail("a callback ran after shutdown");
@@ -166,13 +173,15 @@ static int pump_rules(int host_driven) {
  * the main executor, never inside the call, and never read. */
 static int refuse_lengths(void) {
   char tiny[1] = {'{'};
-  if (lmrpc_execute_json(tiny, (size_t)512 << 20, on_answer, (void *)0) != LMRPC_OK) fail("refused at the call");
+  if (lmrpc_execute_json(tiny, (size_t)512 << 20, on_answer, (void *)0) != LMRPC_OK)
+    fail("refused at the call");
   if (lmrpc_execute_json(NULL, (size_t)-1, on_answer, (void *)1) != LMRPC_OK) fail("refused at the call");
   if (lmrpc_execute_json(NULL, 0, on_answer, (void *)2) != LMRPC_OK) fail("refused at the call");
   wait_for_calls(3, 0);
   if (atomic_load(&on_caller_thread)) fail("answered on the caller's thread");
   for (int i = 0; i < 2; ++i)
-    if (!strstr(last_text[i], "Request payload too large") || !strstr(last_text[i], "\"id\":null")) fail(last_text[i]);
+    if (!strstr(last_text[i], "Request payload too large") || !strstr(last_text[i], "\"id\":null"))
+      fail(last_text[i]);
   if (!strstr(last_text[2], "\"code\":400")) fail(last_text[2]);
   printf("ok: absurd lengths refused before reading, on the main executor\n");
   return 0;

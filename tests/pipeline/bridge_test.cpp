@@ -4,9 +4,9 @@
 #include <mutex>
 #include <thread>
 
-#include "pipeline/client_internals.h"
 #include "lumetra_rpc/bridge.h"
 #include "lumetra_rpc/runtime.h"
+#include "pipeline/client_internals.h"
 #include "pipeline/request_handler.h"
 #include "support/pump.h"
 

@@ -9,8 +9,8 @@
 
 #include "lumetra_rpc/asio.h"
 #include "lumetra_rpc/client.h"
-#include "pipeline/client_internals.h"
 #include "lumetra_rpc/runtime.h"
+#include "pipeline/client_internals.h"
 #include "runtime/runtime_core.h"
 #include "support/fake_sdk.h"
 #include "support/pump.h"

@@ -24,11 +24,11 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 
-#include "pipeline/client_internals.h"
 #include "lumetra_rpc/bridge.h"
 #include "lumetra_rpc/runtime.h"
-#include "runtime/runtime_core.h"
+#include "pipeline/client_internals.h"
 #include "pipeline/request_handler.h"
+#include "runtime/runtime_core.h"
 #include "support/fake_sdk.h"
 #include "support/pump.h"
 #include "wire/json_reader.h"

@@ -32,14 +32,14 @@ TEST(MainQueue, EveryJobRunsOnMainOnceAndInOrderDespiteAThrowingOne) {
     producers.emplace_back([&, t] {
       for (int i = 0; i < kPerThread; ++i)
         runningCore().mainQueue().post([&, t, text = std::to_string(i)] {
-              if (!Runtime::isOnMain()) ++offMain;
-              ++calls;
-              {
-                std::lock_guard lock(mutex);
-                seen[static_cast<std::size_t>(t)].push_back(std::stoi(text));
-              }
-              if (text == "7") throw std::runtime_error("host completion failed");
-            });
+          if (!Runtime::isOnMain()) ++offMain;
+          ++calls;
+          {
+            std::lock_guard lock(mutex);
+            seen[static_cast<std::size_t>(t)].push_back(std::stoi(text));
+          }
+          if (text == "7") throw std::runtime_error("host completion failed");
+        });
     });
   // Pumping while the producers run puts later deliveries into later turns.
   ASSERT_TRUE(testing::pumpUntil([&] { return calls.load() == kThreads * kPerThread; }));

@@ -17,8 +17,7 @@ namespace {
 // The SDK's completion, the timer and the cancellation handler can all race to resume.
 TEST(SDKContinuationBox, ConcurrentResumesResumeOnce) {
   auto resumed = std::make_shared<std::atomic<int>>(0);
-  auto handler =
-      boost::asio::bind_executor(runningCore().pool(), [resumed](SDKRaceResult) { ++*resumed; });
+  auto handler = boost::asio::bind_executor(runningCore().pool(), [resumed](SDKRaceResult) { ++*resumed; });
   SDKContinuationBox<decltype(handler)> box;
   EXPECT_FALSE(box.resume(SDKAnswer{})) << "an empty box has nobody to resume";
   box.setContinuation(handler);

@@ -19,8 +19,7 @@ bool pumpUntil(const std::function<bool()>& done, std::chrono::milliseconds ceil
 
 void pumpFor(std::chrono::milliseconds duration) {
   auto deadline = std::chrono::steady_clock::now() + duration;
-  while (std::chrono::steady_clock::now() < deadline)
-    Runtime::runMainFor(std::chrono::milliseconds(1));
+  while (std::chrono::steady_clock::now() < deadline) Runtime::runMainFor(std::chrono::milliseconds(1));
 }
 
 std::string execute(LMRPCClient& client, std::string request) {
