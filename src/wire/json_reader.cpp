@@ -32,6 +32,9 @@ AnyCodable numberFromDouble(double d) {
   return d;
 }
 
+// Decoded text needs no check of its own: simdjson validates the whole input as UTF-8 and
+// refuses escapes that spell lone surrogates.
+//
 // Walks one value in full, so that malformed text anywhere in the document is refused,
 // even inside members that nobody reads. Keeping decodes the value; checking only
 // validates it and holds nothing, and takes a well-formed number of any size, since it is
@@ -73,24 +76,18 @@ class Decoder {
     if (depth > kMaxNestingDepth) return nestingFailure();
     od::object object;
     if (auto error = value.get_object().get(object)) return failure(error);
-    JSONObject members;
+    JSONObject::Members members;
     for (auto field : object) {
       std::string_view key;
       if (auto error = field.unescaped_key().get(key)) return failure(error);
-      if (!isText(key)) return invalidUnicode();
       od::value member;
       if (auto error = field.value().get(member)) return failure(error);
       auto decoded = decode(member, depth);
       if (!decoded) return Failure{decoded.error()};
-      if (keep_) members.insert_or_assign(std::string(key), std::move(decoded).value());
+      if (keep_) members.emplace_back(std::string(key), std::move(decoded).value());
     }
-    return AnyCodable(std::move(members));
+    return AnyCodable(JSONObject::fromUnsorted(std::move(members)));
   }
-
-  // Escapes can spell lone surrogates, which are not text; refuse them rather than pass
-  // invalid UTF-8 on to the SDK or back to the host.
-  static bool isText(std::string_view text) { return simdjson::validate_utf8(text.data(), text.size()); }
-  static Failure invalidUnicode() { return failure("The given data contains invalid Unicode text"); }
 
  private:
   // A value's raw token comes plain, a document's wrapped: take both the same way.
@@ -132,7 +129,6 @@ class Decoder {
   Expected<AnyCodable, ReadFailure> decodeString(V& value) {
     std::string_view text;
     if (auto error = value.get_string().get(text)) return failure(error);
-    if (!isText(text)) return invalidUnicode();
     return keep_ ? AnyCodable(std::string(text)) : AnyCodable();
   }
 
@@ -195,7 +191,6 @@ class RequestFields {
     if (key == "id") return takeId(member);
     if (key == "method") return takeMethod(member);
     if (key == "params") return takeParams(member);
-    if (!Decoder::isText(key)) return Decoder::invalidUnicode();
     return succeeded(Decoder(Decoder::Mode::check).decode(member, 0));
   }
 

@@ -63,6 +63,10 @@ bool hasTextAfterTopLevel(std::string_view text) {
   std::size_t at = 0;
   while (at < text.size() && isSpace(text[at])) ++at;
   if (at == text.size() || (text[at] != '{' && text[at] != '[')) return false;
+  // Only a text that does not end in a bracket needs the walk (see the header).
+  std::size_t last = text.size();
+  while (last > at && isSpace(text[last - 1])) --last;
+  if (text[last - 1] == (text[at] == '{' ? '}' : ']')) return false;
   std::size_t depth = 0;
   while (at < text.size()) {
     const char c = text[at];

@@ -14,8 +14,10 @@ enum class NumberText { invalid, integer, fraction };
 NumberText classifyNumber(std::string_view token);
 
 // True when `text` opens with an object or array that closes before the text ends and is
-// followed by more than whitespace. Strings are skipped, so brackets inside them do not
-// count.
+// followed by more than whitespace, unless the text ends in the bracket that closes the
+// first one. Only the other cases are what simdjson calls an unfinished document; the
+// excepted one it reports as trailing content itself. Strings are skipped, so brackets
+// inside them do not count. Only texts that do not end in that bracket cost a walk.
 bool hasTextAfterTopLevel(std::string_view text);
 
 }  // namespace lumetra_rpc
