@@ -16,8 +16,11 @@ using Figures = std::vector<Figure>;
 
 double figure(const Figures& figures, const std::string& name);
 
-// floor_ns, execute_ns, execute_ns_1k/64k/1m, refuse_ns.
+// floor_ns, execute_ns, execute_ns_1k/64k/1m, floor_ns_1m, peer_ns_1m (with the peer),
+// refuse_ns.
 void measureRequestCost(Figures& figures);
+// A callable that has the peer handle `text` once; it checks the peer's answer first.
+std::function<void()> peerHandlesOnce(const std::string& text);
 // A throughput measure as rounds, each returning requests per second, so that the bridge
 // and the peer can take turns and see the same machine; `finish` records the median.
 struct Throughput {

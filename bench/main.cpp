@@ -36,6 +36,9 @@ void addRatios(Figures& figures) {
     ratio("bridge_vs_peer", figure(figures, "bridge_rps"), figure(figures, "peer_rps"));
   ratio("oversize_ratio", figure(figures, "execute_ns_1m"), figure(figures, "refuse_ns"));
   ratio("growth_linearity", figure(figures, "execute_ns_1m") / 1024, figure(figures, "execute_ns_1k"));
+  ratio("big_vs_floor", figure(figures, "execute_ns_1m"), figure(figures, "floor_ns_1m"));
+  if (!std::isnan(figure(figures, "peer_ns_1m")))
+    ratio("big_vs_peer", figure(figures, "peer_ns_1m"), figure(figures, "execute_ns_1m"));
 }
 
 std::vector<Target> targets() {
@@ -46,7 +49,9 @@ std::vector<Target> targets() {
           {"waits_10k_threads", "<=", threads},
           {"waits_10k_bytes_per_wait", "<=", 4096},
           {"oversize_ratio", ">=", 1000},
-          {"growth_linearity", "<=", 1.5}};
+          {"growth_linearity", "<=", 1.5},
+          {"big_vs_floor", "<=", 2.5},
+          {"big_vs_peer", ">=", 5}};
 }
 
 const Target* targetOf(const std::string& name, const std::vector<Target>& all) {

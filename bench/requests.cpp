@@ -34,7 +34,7 @@ std::string setterRequest() {
 
 std::string logEventRequest(std::size_t targetBytes) {
   const std::string head =
-      R"({"id":42,"method":"logEvent","params":{"eventName":"purchase_completed","eventValues":{)";
+      R"({"id":42,"jsonrpc":"2.0","method":"logEvent","params":{"eventName":"purchase_completed","eventValues":{)";
   const std::string tail = "}}}";
   std::string text = head;
   for (std::size_t i = 0;; ++i) {

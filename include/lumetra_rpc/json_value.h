@@ -9,7 +9,6 @@
 
 #include <compare>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,6 +16,8 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "lumetra_rpc/json_object.h"
 
 namespace lumetra_rpc {
 
@@ -54,8 +55,9 @@ struct OpaqueValue {
 };
 
 using JSONArray = std::vector<AnyCodable>;
-// Ordered by name so that writing members sorted at every depth costs nothing extra.
-using JSONObject = std::map<std::string, AnyCodable, std::less<>>;
+// Ordered by name so that writing members sorted at every depth costs nothing extra;
+// copies share the members until one of them changes.
+using JSONObject = SortedObject<AnyCodable>;
 // A dictionary whose keys may be of any kind, as the SDK delivers them.
 using AnyKeyMap = std::vector<std::pair<AnyCodable, AnyCodable>>;
 

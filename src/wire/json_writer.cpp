@@ -79,45 +79,49 @@ class Writer {
   Failure writeKind(const AnyKeyMap&) { return "Unsupported type: Dictionary<AnyHashable, Any>"; }
   Failure writeKind(const OpaqueValue& o) { return "Unsupported type: " + o.typeName; }
 
+  // Runs of characters that need no escape are appended whole.
   void writeString(std::string_view s) {
     out_ += '"';
-    for (char c : s) {
-      switch (c) {
-        case '"':
-          out_ += "\\\"";
-          break;
-        case '\\':
-          out_ += "\\\\";
-          break;
-        case '/':
-          out_ += "\\/";
-          break;
-        case '\b':
-          out_ += "\\b";
-          break;
-        case '\f':
-          out_ += "\\f";
-          break;
-        case '\n':
-          out_ += "\\n";
-          break;
-        case '\r':
-          out_ += "\\r";
-          break;
-        case '\t':
-          out_ += "\\t";
-          break;
-        default:
-          if (static_cast<unsigned char>(c) < 0x20) {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
-            out_ += escape;
-          } else {
-            out_ += c;
-          }
+    std::size_t run = 0;
+    for (std::size_t i = 0; i < s.size(); ++i) {
+      const char* escape = escapeOf(s[i]);
+      if (escape == nullptr) continue;
+      out_.append(s.data() + run, i - run);
+      run = i + 1;
+      if (*escape != '\0') {
+        out_ += escape;
+      } else {
+        char code[8];
+        std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(s[i]));
+        out_ += code;
       }
     }
+    out_.append(s.data() + run, s.size() - run);
     out_ += '"';
+  }
+
+  // The escape for `c`, "" for a control character without a short one, or nothing.
+  static const char* escapeOf(char c) {
+    switch (c) {
+      case '"':
+        return "\\\"";
+      case '\\':
+        return "\\\\";
+      case '/':
+        return "\\/";
+      case '\b':
+        return "\\b";
+      case '\f':
+        return "\\f";
+      case '\n':
+        return "\\n";
+      case '\r':
+        return "\\r";
+      case '\t':
+        return "\\t";
+      default:
+        return static_cast<unsigned char>(c) < 0x20 ? "" : nullptr;
+    }
   }
 
   std::string& out_;

@@ -36,6 +36,10 @@ TEST(JSONReader, DecodesNumbersInTheFixedKindOrder) {
       {"9223372036854775808", "double", "9223372036854775808"},
       {"18446744073709551616", "double", "18446744073709551616"},
       {"1e-400", "integer", "0"},
+      // Below -2^63 in digits: a double, as -1e19 is, even where it rounds to -2^63.
+      {"-9223372036854775809", "double", "-9223372036854775808"},
+      {"-18446744073709551617", "double", "-18446744073709551616"},
+      {"-1e19", "double", "-1e+19"},
   };
   for (const auto& c : cases) {
     auto value = readJSON(c.text);
@@ -82,6 +86,34 @@ TEST(JSONReader, RefusesMalformedTextAndInvalidUnicode) {
       std::string("\"a\0b\"", 5),
   };
   for (const auto& text : refused) EXPECT_FALSE(readJSON(text)) << text;
+}
+
+// The on-demand reader skips what it is not asked for; members nobody reads must still be
+// JSON. A well-formed number too large for a double is fine there: it is never converted.
+TEST(JSONReader, ValidatesMembersThatAreNeverRead) {
+  for (const char* member : {"[1,,2]", "tru", "01", "[1 2]", R"({"a" 1})", "NaN", "'s'", R"("\q")",
+                             R"("\u12")", R"({"a":1,})", ".5", "-", "+1", "1.", "1e", R"([{"b":[nul]}])"}) {
+    const std::string text = std::string(R"({"id":1,"method":"m","x":)") + member + "}";
+    auto request = readRequest(text);
+    ASSERT_FALSE(request) << text;
+    EXPECT_EQ(request.error().description.rfind("The given data was not valid JSON: ", 0), 0u) << text;
+  }
+  EXPECT_TRUE(readRequest(R"({"x":1e400,"y":[-1E+999,{"z":"\u00e9"}],"method":"m"})"));
+  EXPECT_FALSE(readRequest(R"({"method":"m","\ud800":1})"));
+}
+
+TEST(JSONReader, SaysWhenTextFollowsTheTopLevelValue) {
+  for (const char* text :
+       {R"({"id":1,"method":"x"} 7)", R"({"id":1,"method":"x"} {})", R"({"method":"}"}])", "[1] x", "[1]]"}) {
+    auto value = readJSON(text);
+    ASSERT_FALSE(value) << text;
+    EXPECT_EQ(value.error().description,
+              "The given data was not valid JSON: Unexpected text after the end of the top-level value")
+        << text;
+  }
+  EXPECT_EQ(
+      readRequest(R"({"method":"x")").error().description,
+      "The given data was not valid JSON: JSON document ended early in the middle of an object or array.");
 }
 
 TEST(JSONReader, LimitsNestingWithoutExhaustingTheStack) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <utility>
 
 #include "wire/client_error.h"
 #include "wire/json_writer.h"
@@ -52,6 +53,24 @@ TEST(NumberText, ShortestDigitsWithPointZeroForIntegralValues) {
   EXPECT_EQ(formatNumberForMessage(0.1), "0.1");
   EXPECT_EQ(formatNumberForMessage(10), "10.0");
   EXPECT_EQ(formatNumberForMessage(1e300), "1e+300");
+}
+
+// Plain decimal where a reader expects it; exponent form only at the extremes.
+TEST(NumberText, PlainDecimalBetweenTheExtremes) {
+  const std::pair<double, const char*> cases[] = {
+      {100000, "100000.0"},
+      {0.0001, "0.0001"},
+      {1e15, "1000000000000000.0"},
+      {-2.5e-3, "-0.0025"},
+      {123456.789, "123456.789"},
+      {9007199254740991, "9007199254740991.0"},
+      {0, "0.0"},
+      {-0.0, "-0.0"},
+      {9007199254740992, "9.007199254740992e+15"},
+      {0.00001, "1e-05"},
+      {-1.5e-7, "-1.5e-07"},
+  };
+  for (const auto& [value, text] : cases) EXPECT_EQ(formatNumberForMessage(value), text) << text;
 }
 
 }  // namespace

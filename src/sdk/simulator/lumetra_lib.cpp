@@ -54,14 +54,15 @@ void LumetraLib::startWithCompletionHandler(CompletionBlock completionHandler) {
 }
 
 void LumetraLib::logEvent(const std::string& eventName, const std::optional<AnyKeyMap>& withValues) {
-  context_->record("logEvent:withValues:", {eventName, toJournal(withValues)});
+  context_->record("logEvent:withValues:", [&] { return JSONArray{eventName, toJournal(withValues)}; });
 }
 
 void LumetraLib::logEventWithEventName(const std::string& eventName,
                                        const std::optional<AnyKeyMap>& eventValues,
                                        CompletionBlock completionHandler) {
-  context_->record("logEventWithEventName:eventValues:completionHandler:",
-                   {eventName, toJournal(eventValues)});
+  context_->record("logEventWithEventName:eventValues:completionHandler:", [&] {
+    return JSONArray{eventName, toJournal(eventValues)};
+  });
   context_->answer(context_->config().logEvent, std::move(completionHandler));
 }
 

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <type_traits>
 
 #include "sdk/simulator/call_journal.h"
 #include "sdk/simulator/scheduler.h"
@@ -30,6 +31,13 @@ class SimulatorContext {
 
   void record(std::string_view call, JSONArray args,
               std::optional<std::string_view> className = std::nullopt);
+  // For arguments that cost something to build (an event's values): they are built only
+  // when a journal is open.
+  template <typename MakeArgs>
+  requires std::is_invocable_r_v<JSONArray, MakeArgs&>
+  void record(std::string_view call, MakeArgs makeArgs) {
+    if (journal_) journal_->record(call, makeArgs());
+  }
 
   // Runs `deliver` `timing.times` times: at once on this thread without a delay, else
   // from the simulator's thread once the delay has passed.
