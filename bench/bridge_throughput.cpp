@@ -8,10 +8,12 @@
 
 #include "figures.h"
 #include "harness.h"
+#include "lumetra_rpc/asio.h"
 #include "lumetra_rpc/bridge.h"
 #include "lumetra_rpc/client.h"
 #include "lumetra_rpc/runtime.h"
 #include "requests.h"
+#include "runtime/runtime_core.h"
 
 namespace lumetra_rpc::bench {
 namespace {
@@ -26,7 +28,7 @@ class Window {
       : bridge_(std::move(bridge)), texts_(texts) {}
 
   std::future<void> start() {
-    boost::asio::post(Runtime::shared().main(), [this] {
+    runningCore().mainQueue().post([this] {
       for (std::size_t i = 0; i < kInFlight; ++i) sendNext();
     });
     return done_.get_future();
@@ -61,7 +63,7 @@ double mixExecuteNs(const std::vector<std::string>& texts) {
       std::vector<std::string> copies = texts;
       auto start = Clock::now();
       for (auto& copy : copies) {
-        auto run = client->execute(std::move(copy));
+        auto run = execute(*client, std::move(copy));
         auto response = co_await std::move(run);
       }
       if (round > 0) perRequest.push_back(secondsSince(start) * 1e9 / static_cast<double>(texts.size()));

@@ -1,4 +1,5 @@
 #include "harness.h"
+#include "runtime/runtime_core.h"
 
 #include <malloc.h>
 #include <unistd.h>
@@ -36,7 +37,7 @@ double medianNsPerOp(int batches, int perBatch, const std::function<void()>& bat
 }
 
 void runOnPool(std::function<boost::asio::awaitable<void>()> body) {
-  auto done = boost::asio::co_spawn(Runtime::shared().pool(), std::move(body), boost::asio::use_future);
+  auto done = boost::asio::co_spawn(runningCore().pool(), std::move(body), boost::asio::use_future);
   done.get();
 }
 

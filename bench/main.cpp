@@ -42,7 +42,7 @@ void addRatios(Figures& figures) {
 }
 
 std::vector<Target> targets() {
-  auto threads = static_cast<double>(Runtime::shared().poolThreadCount() + 3);
+  auto threads = static_cast<double>(Runtime::poolThreadCount() + 3);
   return {{"execute_vs_floor", "<=", 5},
           {"bridge_vs_peer", ">=", 2},
           {"waits_10k_ratio", "<=", 1.5},
@@ -81,7 +81,7 @@ bool printTable(const Figures& figures) {
       }
       std::printf("\n");
     }
-  std::printf("pool threads: %zu\n", Runtime::shared().poolThreadCount());
+  std::printf("pool threads: %zu\n", Runtime::poolThreadCount());
   return allMet;
 }
 

@@ -52,7 +52,7 @@ void serve(std::size_t requests, const std::string& text) {
 Throughput peerThroughput() {
   Throughput measure;
   measure.round = [] {
-    const auto threads = Runtime::shared().poolThreadCount();
+    const auto threads = Runtime::poolThreadCount();
     const auto text = setterRequest();
     auto start = Clock::now();
     std::vector<std::jthread> workers;

@@ -9,6 +9,7 @@
 
 #include "figures.h"
 #include "harness.h"
+#include "lumetra_rpc/asio.h"
 #include "lumetra_rpc/client.h"
 #include "requests.h"
 #include "sdk/default_sdk.h"
@@ -23,7 +24,7 @@ constexpr int kBatches = 31;
 std::string executeOnce(LMRPCClient& client, std::string text) {
   std::string response;
   runOnPool([&]() -> boost::asio::awaitable<void> {
-    auto run = client.execute(std::move(text));
+    auto run = execute(client, std::move(text));
     response = co_await std::move(run);
   });
   return response;
@@ -44,7 +45,7 @@ double executeNs(LMRPCClient& client, const std::string& text, int perBatch, int
       std::vector<std::string> copies(static_cast<std::size_t>(perBatch), text);
       auto start = Clock::now();
       for (auto& copy : copies) {
-        auto run = client.execute(std::move(copy));
+        auto run = execute(client, std::move(copy));
         auto response = co_await std::move(run);
       }
       if (batch > 0) perOp.push_back(secondsSince(start) * 1e9 / perBatch);

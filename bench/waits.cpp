@@ -26,7 +26,7 @@ void measureWaits(Figures& figures) {
     throw std::runtime_error("cannot configure the simulator");
   TimeoutConfig timeouts;
   timeouts.start = kStartTimeout;
-  auto client = LMRPCClient::create(LumetraRPCBridge::eventRelay({}), timeouts, makeDefaultSDK());
+  auto client = LMRPCClient::create([](std::string) {}, timeouts, makeDefaultSDK());
   auto bridge = LumetraRPCBridge::create(client);
 
   std::vector<std::string> texts;

@@ -1,4 +1,5 @@
 #include "fuzz/fuzz_harness.h"
+#include "lumetra_rpc/asio.h"
 
 #include <chrono>
 #include <cmath>
@@ -78,7 +79,7 @@ std::string respond(LMRPCClient& client, std::string_view text) {
     ++responses;
     response = std::move(written);
   };
-  boost::asio::co_spawn(caller, client.execute(std::string(text)), collect);
+  boost::asio::co_spawn(caller, execute(client, std::string(text)), collect);
   caller.run();
   if (responses != 1) __builtin_trap();
   return response;
