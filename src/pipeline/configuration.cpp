@@ -45,7 +45,8 @@ Expected<TimeoutConfig, std::string> readTimeouts(const AnyCodable& value) {
                                                     {"crossPromotion", &timeouts.crossPromotion},
                                                     {"shareInvite", &timeouts.shareInvite}};
   for (const auto& [name, member] : *members) {
-    auto field = std::find_if(std::begin(fields), std::end(fields), [&](auto& f) { return name == f.first; });
+    const std::string& key = name;  // a lambda cannot capture a structured binding in clang 14
+    auto field = std::find_if(std::begin(fields), std::end(fields), [&](auto& f) { return key == f.first; });
     if (field == std::end(fields))
       return Failure{"unknown timeout \"" + name +
                      "\" (known: start, logEvent, purchase, crossPromotion, shareInvite)"};

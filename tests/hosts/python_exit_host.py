@@ -47,17 +47,24 @@ if scenario == "exit-in-flight":
 elif scenario == "events":
     configure('{"sdk":{"conversion":{"data":{"campaign":"spring"}}}}')
     lib.lmrpc_set_event_handler(callback, None)
-    # Conversion data is reported once the SDK has started.
+
+    def pump_until(done):
+        for _ in range(2000):
+            if done():
+                return
+            if mode == "host":
+                lib.lmrpc_main_run_for(5)
+            else:
+                arrived.wait(0.005)
+                arrived.clear()
+
+    # Conversion data is reported once the SDK has started, and only to a listener
+    # registered by then: start is sent once the registration has been answered.
     for request in (b'{"id":1,"method":"registerConversionListener"}', b'{"id":2,"method":"start"}'):
+        answered = len(received)
         lib.lmrpc_execute_json(request, len(request), callback, None)
-    for _ in range(2000):
-        if any("onConversionDataSuccess" in text for text in received):
-            break
-        if mode == "host":
-            lib.lmrpc_main_run_for(5)
-        else:
-            arrived.wait(0.005)
-            arrived.clear()
+        pump_until(lambda: len(received) > answered)
+    pump_until(lambda: any("onConversionDataSuccess" in text for text in received))
     event = [text for text in received if "onConversionDataSuccess" in text]
     if not event or '"campaign":"spring"' not in event[0]:
         sys.exit("no event: %r" % received)
