@@ -104,8 +104,9 @@ TEST(Bridge, ARemovedHandlerIsNeverCalledAfterRemovalReturns) {
         ++calls;
         if (retired[static_cast<std::size_t>(h)].load()) ++lateCalls;
       });
-      // A little room for deliveries to reach this handler before it is replaced.
-      std::this_thread::yield();
+      // Let deliveries reach this handler (a bounded wait) so removal races real ones.
+      int before = calls.load();
+      for (int spin = 0; spin < 20'000 && calls.load() == before; ++spin) std::this_thread::yield();
       bridge->removeEventHandler();
       retired[static_cast<std::size_t>(h)] = true;
     }
