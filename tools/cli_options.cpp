@@ -1,5 +1,7 @@
 #include "cli_options.h"
 
+#include "pipeline/configuration.h"
+
 #include <charconv>
 #include <cmath>
 
@@ -23,24 +25,12 @@ namespace {
 
 using Failure = Unexpected<std::string>;
 
-// Generous, but small enough that the nanosecond count of any timeout fits 64 bits.
-constexpr double kMaxTimeoutSeconds = 1e9;
-
-double* timeoutField(TimeoutConfig& timeouts, std::string_view name) {
-  if (name == "start") return &timeouts.start;
-  if (name == "logEvent") return &timeouts.logEvent;
-  if (name == "purchase") return &timeouts.purchase;
-  if (name == "crossPromotion") return &timeouts.crossPromotion;
-  if (name == "shareInvite") return &timeouts.shareInvite;
-  return nullptr;
-}
-
 std::optional<double> parseSeconds(std::string_view text) {
   double seconds = 0;
   auto [end, error] =
       std::from_chars(text.data(), text.data() + text.size(), seconds, std::chars_format::fixed);
   if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
-  if (!std::isfinite(seconds) || seconds < 0 || seconds > kMaxTimeoutSeconds) return std::nullopt;
+  if (!isValidTimeout(seconds)) return std::nullopt;
   return seconds;
 }
 

@@ -1,6 +1,5 @@
 #include "pipeline/configuration.h"
 
-#include <algorithm>
 #include <cmath>
 #include <mutex>
 
@@ -39,21 +38,15 @@ Expected<TimeoutConfig, std::string> readTimeouts(const AnyCodable& value) {
   const auto* members = value.getIf<JSONObject>();
   if (!members) return Failure{"\"timeouts\" must be an object"};
   TimeoutConfig timeouts;
-  const std::pair<const char*, double*> fields[] = {{"start", &timeouts.start},
-                                                    {"logEvent", &timeouts.logEvent},
-                                                    {"purchase", &timeouts.purchase},
-                                                    {"crossPromotion", &timeouts.crossPromotion},
-                                                    {"shareInvite", &timeouts.shareInvite}};
   for (const auto& [name, member] : *members) {
-    const std::string& key = name;  // a lambda cannot capture a structured binding in clang 14
-    auto field = std::find_if(std::begin(fields), std::end(fields), [&](auto& f) { return key == f.first; });
-    if (field == std::end(fields))
+    double* field = timeoutField(timeouts, name);
+    if (!field)
       return Failure{"unknown timeout \"" + name +
                      "\" (known: start, logEvent, purchase, crossPromotion, shareInvite)"};
     auto seconds = numberOf(member);
-    if (!seconds || !std::isfinite(*seconds) || *seconds < 0 || *seconds > kMaxTimeoutSeconds)
+    if (!seconds || !isValidTimeout(*seconds))
       return Failure{"timeout \"" + name + "\" must be a number of seconds from 0 to 1e9"};
-    *field->second = *seconds;
+    *field = *seconds;
   }
   return timeouts;
 }
@@ -86,6 +79,19 @@ Expected<std::monostate, std::string> readMember(const std::string& name, const 
 }
 
 }  // namespace
+
+double* timeoutField(TimeoutConfig& timeouts, std::string_view name) noexcept {
+  if (name == "start") return &timeouts.start;
+  if (name == "logEvent") return &timeouts.logEvent;
+  if (name == "purchase") return &timeouts.purchase;
+  if (name == "crossPromotion") return &timeouts.crossPromotion;
+  if (name == "shareInvite") return &timeouts.shareInvite;
+  return nullptr;
+}
+
+bool isValidTimeout(double seconds) noexcept {
+  return std::isfinite(seconds) && seconds >= 0 && seconds <= kMaxTimeoutSeconds;
+}
 
 Expected<LMRPCConfiguration, std::string> readConfiguration(std::string_view json) {
   auto value = readJSON(json);

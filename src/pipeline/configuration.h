@@ -15,6 +15,11 @@ namespace lumetra_rpc {
 // typo cannot pass silently; the failure names the member.
 Expected<LMRPCConfiguration, std::string> readConfiguration(std::string_view json);
 
+// The field of `timeouts` a name stands for ("start", "logEvent", ...), or null; and
+// whether a number of seconds is one a timeout may take.
+double* timeoutField(TimeoutConfig& timeouts, std::string_view name) noexcept;
+bool isValidTimeout(double seconds) noexcept;
+
 ConfigureResult applyConfiguration(const LMRPCConfiguration& configuration);
 
 // What the shared facade's client is built with.
