@@ -70,11 +70,6 @@ void MainQueue::close() noexcept {
   dropped.swap(pending_);
 }
 
-bool MainQueue::hasWaitingJobs() const noexcept {
-  std::lock_guard lock(mutex_);
-  return !pending_.empty();
-}
-
 // Not noexcept: a host may end the thread from inside a job (see callForeign).
 void MainQueue::runTurn() {
   std::vector<Job> turn;

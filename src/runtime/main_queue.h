@@ -34,15 +34,13 @@ class MainQueue {
 
   void close() noexcept;
   bool closed() const noexcept { return closed_.load(std::memory_order_acquire); }
-  // True while jobs wait that no turn has taken yet.
-  bool hasWaitingJobs() const noexcept;
 
  private:
   void runTurn();
 
   boost::asio::io_context::executor_type main_;
   Wakeup onIdleToWork_;
-  mutable std::mutex mutex_;
+  std::mutex mutex_;
   std::vector<Job> pending_;
   std::vector<Job> spare_;
   bool scheduled_ = false;
