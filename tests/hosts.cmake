@@ -1,11 +1,10 @@
 # Hosts that quit early, exit from callbacks, shut down with work pending and pump from
 # the wrong place; each scenario runs several times, since the faults they catch are races.
-find_package(Python3 COMPONENTS Interpreter REQUIRED)
 add_executable(lifecycle_host ${CMAKE_CURRENT_SOURCE_DIR}/hosts/lifecycle_host.c)
 set_target_properties(lifecycle_host PROPERTIES C_STANDARD 11 C_STANDARD_REQUIRED ON)
 target_link_libraries(lifecycle_host PRIVATE lumetra_rpc Threads::Threads)
 
-set(LMRPC_HOST_DRIVER ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/hosts/run_hosts.py)
+set(LMRPC_HOST_DRIVER ${LMRPC_PYTHON} ${CMAKE_CURRENT_SOURCE_DIR}/hosts/run_hosts.py)
 function(lmrpc_host_test name runs)
   add_test(NAME host_${name} COMMAND ${LMRPC_HOST_DRIVER} ${runs} 20 ${ARGN})
   set_tests_properties(host_${name} PROPERTIES TIMEOUT 300)
@@ -27,15 +26,16 @@ if(LMRPC_SANITIZE STREQUAL "asan")
   set_tests_properties(host_c_fork PROPERTIES ENVIRONMENT "ASAN_OPTIONS=detect_leaks=0:abort_on_error=1")
 endif()
 
-# A plain interpreter cannot load a sanitizer-instrumented library.
-if(LMRPC_SANITIZE STREQUAL "none" AND NOT LMRPC_FUZZ)
+if(NOT LMRPC_FUZZ)
   foreach(mode dedicated host)
-    lmrpc_host_test(python_exit_in_flight_${mode} 10 ${Python3_EXECUTABLE}
+    lmrpc_host_test(python_exit_in_flight_${mode} 10 ${LMRPC_PYTHON}
                     ${CMAKE_CURRENT_SOURCE_DIR}/hosts/python_exit_host.py $<TARGET_FILE:lumetra_rpc>
                     exit-in-flight ${mode})
-    lmrpc_host_test(python_events_${mode} 1 ${Python3_EXECUTABLE}
+    lmrpc_host_test(python_events_${mode} 1 ${LMRPC_PYTHON}
                     ${CMAKE_CURRENT_SOURCE_DIR}/hosts/python_exit_host.py $<TARGET_FILE:lumetra_rpc>
                     events ${mode})
+    set_tests_properties(host_python_exit_in_flight_${mode} host_python_events_${mode}
+                         PROPERTIES ENVIRONMENT "${LMRPC_PYTHON_ENV}")
   endforeach()
 endif()
 
