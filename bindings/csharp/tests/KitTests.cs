@@ -44,6 +44,7 @@ static class KitTests {
     { "exit-in-flight", args => ExitInFlight(false) },
     { "exit-in-flight-host", args => ExitInFlight(true) },
     { "memory", args => MemoryStaysFlat() },
+    { "domain-unload", args => DomainUnload() },
   };
 
   static int Main(string[] args) {
@@ -269,6 +270,33 @@ static class KitTests {
     GC.Collect();
     string[] fields = File.ReadAllText("/proc/self/statm").Split(' ');
     return long.Parse(fields[1]) * Environment.SystemPageSize;
+  }
+
+  // --- a plugin's domain unloads (Unity reloading scripts) with requests in flight ---
+
+  static string DomainUnload() {
+    var plugin = AppDomain.CreateDomain("plugin");
+    plugin.DoCallBack(UseFromPluginDomain);
+    AppDomain.Unload(plugin);
+    // This domain has its own, unused copy of the wrapper; the library behind it must have
+    // been shut down by the unload, or its answers would now call into freed delegates.
+    var late = LumetraRpc.ExecuteAsync("{\"id\":1,\"method\":\"getSDKVersion\"}");
+    Check(late.IsFaulted, "the library still runs after the domain that used it unloaded: " + late.Status);
+    var refusal = late.Exception.InnerException as LumetraRpcException;
+    Check(refusal != null && refusal.Status == LumetraRpcException.Stopped, "wrong fault: " + late.Exception.InnerException);
+    return "the unload shut the library down";
+  }
+
+  static void UseFromPluginDomain() {
+    LumetraRpc.Configure("{\"sdk\":{\"replies\":{\"logEvent\":{\"delayMs\":300}},\"conversion\":{\"data\":{\"a\":\"b\"}}}," +
+                         "\"timeouts\":{\"logEvent\":60}}");
+    var received = new TaskCompletionSource<string>(TaskCreationOptions.RunContinuationsAsynchronously);
+    LumetraRpc.EventReceived += text => received.TrySetResult(text);
+    Await(LumetraRpc.ExecuteAsync("{\"id\":1,\"method\":\"registerConversionListener\"}"), "register");
+    Await(LumetraRpc.ExecuteAsync("{\"id\":2,\"method\":\"start\"}"), "start");
+    Await(received.Task, "conversion event");
+    for (int i = 0; i < 50; i++)
+      LumetraRpc.ExecuteAsync("{\"id\":" + i + ",\"method\":\"logEvent\",\"params\":{\"eventName\":\"e\"}}");
   }
 
   // --- the driver: each scenario in its own process, under a time limit ---
