@@ -189,6 +189,7 @@ namespace Lumetra.Rpc {
     static int stopped;  // 1 once Shutdown returned: callbacks are ignored from then on
     static int eventHandlerInstalled;
     static Action<string> eventSubscribers;
+    static int inUse;  // 1 from the first request on
 
     static LumetraRpc() {
       // A domain that unloads (Unity reloading scripts) takes these delegates with it; the
@@ -263,6 +264,7 @@ namespace Lumetra.Rpc {
       // The host's continuations must not run inside the library's callback, which holds
       // its main executor (and in host-driven mode the host's own Pump) until it returns.
       var completion = new TaskCompletionSource<string>(TaskCreationOptions.RunContinuationsAsynchronously);
+      MarkInUse();
       byte[] bytes = Encoding.UTF8.GetBytes(json);
       int token;
       lock (Gate) {
@@ -284,14 +286,29 @@ namespace Lumetra.Rpc {
     public static event Action<string> EventReceived {
       add {
         lock (Gate) eventSubscribers += value;
-        // Installed once and left in place: replacing it waits for a delivery in progress,
-        // and one with no subscribers simply drops the text.
-        if (Interlocked.Exchange(ref eventHandlerInstalled, 1) == 0) {
-          Bind();
-          Native.SetEventHandler(EventCallback);
-        }
+        // Setting the native handler starts the library, which would refuse a Configure
+        // that follows; before the first request the handler waits for that request.
+        // A full fence, so that this and a first request racing with it cannot both miss.
+        if (Interlocked.CompareExchange(ref inUse, 0, 0) == 1) InstallEventHandler();
       }
       remove { lock (Gate) eventSubscribers -= value; }
+    }
+
+    // Installed once and left in place: replacing it waits for a delivery in progress, and
+    // one with no subscribers simply drops the text.
+    static void InstallEventHandler() {
+      if (Interlocked.Exchange(ref eventHandlerInstalled, 1) == 1) return;
+      Bind();
+      Native.SetEventHandler(EventCallback);
+    }
+
+    // The first request starts the library; a subscriber that came earlier gets its handler
+    // now, before any listener registration could make an event.
+    static void MarkInUse() {
+      if (Interlocked.Exchange(ref inUse, 1) == 1) return;
+      bool subscribed;
+      lock (Gate) subscribed = eventSubscribers != null;
+      if (subscribed) InstallEventHandler();
     }
 
     /// <summary>Runs what is ready on the main executor and returns the number of jobs run;
