@@ -20,6 +20,11 @@ if(LMRPC_KIT_MCS AND LMRPC_KIT_MONO AND LMRPC_SANITIZE STREQUAL "none" AND NOT L
                          FIXTURES_REQUIRED kit_csharp TIMEOUT 60
                          ENVIRONMENT "LMRPC_LIBRARY=$<TARGET_FILE:lumetra_rpc>")
   endforeach()
+  add_test(NAME kit_csharp_readme_example
+           COMMAND sh ${kit_dir}/tests/readme_example.sh ${LMRPC_KIT_MCS} ${LMRPC_KIT_MONO}
+                   ${CMAKE_CURRENT_BINARY_DIR}/kit_csharp_example)
+  set_tests_properties(kit_csharp_readme_example PROPERTIES
+                       TIMEOUT 120 ENVIRONMENT "LMRPC_LIBRARY=$<TARGET_FILE:lumetra_rpc>")
   # Returning from Main must not wait for the 60 s supervision timeouts those requests have.
   set_tests_properties(kit_csharp_exit-in-flight kit_csharp_exit-in-flight-host PROPERTIES TIMEOUT 20)
 endif()
