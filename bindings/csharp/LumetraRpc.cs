@@ -7,6 +7,7 @@ using System;
 using System.Collections.Generic;
 using System.Runtime.CompilerServices;
 using System.Runtime.InteropServices;
+using System.Runtime.Serialization;
 using System.Text;
 using System.Threading;
 using System.Threading.Tasks;
@@ -23,12 +24,22 @@ namespace Lumetra.Rpc {
 
   /// <summary>A call the library refused: configuring too late or with a bad text, or a
   /// request after Shutdown. Status is the C interface's return value (LMRPC_*).</summary>
+  [Serializable]  // so that it can cross from a plugin's domain into its caller's
   public sealed class LumetraRpcException : Exception {
     public const int AlreadyRunning = 1;
     public const int InvalidConfig = 2;
     public const int Stopped = 3;
     public readonly int Status;
     public LumetraRpcException(int status, string message) : base(message) { Status = status; }
+
+    LumetraRpcException(SerializationInfo info, StreamingContext context) : base(info, context) {
+      Status = info.GetInt32("Status");
+    }
+
+    public override void GetObjectData(SerializationInfo info, StreamingContext context) {
+      base.GetObjectData(info, context);
+      info.AddValue("Status", Status);
+    }
   }
 
   // The C functions, bound one of two ways: by the loader's search for "lumetra_rpc"
@@ -168,6 +179,13 @@ namespace Lumetra.Rpc {
   [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
   delegate void TextCallback(IntPtr context, IntPtr text, UIntPtr length);
 
+  // Ahead-of-time compilers (Unity's IL2CPP, Mono's full AOT on iOS) make a native entry
+  // only for methods carrying an attribute of this name; its namespace does not matter.
+  [AttributeUsage(AttributeTargets.Method)]
+  sealed class MonoPInvokeCallbackAttribute : Attribute {
+    public MonoPInvokeCallbackAttribute(Type type) {}
+  }
+
   public static class LumetraRpc {
     /// <summary>What UseLibrary takes for a library linked into the app itself (Unity on
     /// iOS, any static link).</summary>
@@ -186,7 +204,7 @@ namespace Lumetra.Rpc {
     static readonly Dictionary<int, TaskCompletionSource<string>> Pending =
         new Dictionary<int, TaskCompletionSource<string>>();
     static int nextToken;
-    static int stopped;  // 1 once Shutdown returned: callbacks are ignored from then on
+    static int stopped;  // 1 once Shutdown returned: events are ignored from then on
     static int eventHandlerInstalled;
     static Action<string> eventSubscribers;
     static int inUse;  // 1 from the first request on
@@ -196,7 +214,10 @@ namespace Lumetra.Rpc {
       // library must be stopped before, or its next callback jumps into freed code.
       try {
         if (!AppDomain.CurrentDomain.IsDefaultAppDomain())
-          AppDomain.CurrentDomain.DomainUnload += (sender, args) => Shutdown(2000);
+          AppDomain.CurrentDomain.DomainUnload += (sender, args) => {
+            // Another domain may be the one using the library; only its user ends it.
+            if (Volatile.Read(ref inUse) == 1) Shutdown(2000);
+          };
       } catch (Exception) {
         // No unload notification on this runtime: then there is no domain to unload either.
       }
@@ -244,7 +265,7 @@ namespace Lumetra.Rpc {
       // The reason is kept per thread, so it must be read on this one, right away.
       string reason = status == LumetraRpcException.InvalidConfig
           ? FromNulTerminated(Native.ConfigureError())
-          : "the library has already started; configure before the first request";
+          : "the library has already started (or been shut down); configure before the first request";
       throw new LumetraRpcException(status, "Configure refused: " + reason);
     }
 
@@ -348,10 +369,12 @@ namespace Lumetra.Rpc {
 
     // Callbacks come from native code: nothing may be thrown out of them, and the text is
     // the host's to free whatever happens.
+    [MonoPInvokeCallback(typeof(TextCallback))]
     static void OnCompletion(IntPtr context, IntPtr text, UIntPtr length) {
       try {
         string response = TakeText(text, length);
-        if (Volatile.Read(ref stopped) == 1) return;
+        // Answers that Shutdown delivers still complete their tasks; one coming after it
+        // returned finds its task already failed and taken out, and is dropped.
         TaskCompletionSource<string> completion;
         lock (Gate) {
           int token = context.ToInt32();
@@ -364,6 +387,7 @@ namespace Lumetra.Rpc {
       }
     }
 
+    [MonoPInvokeCallback(typeof(TextCallback))]
     static void OnEvent(IntPtr context, IntPtr text, UIntPtr length) {
       try {
         string eventText = TakeText(text, length);

@@ -277,6 +277,11 @@ static class KitTests {
   // --- a plugin's domain unloads (Unity reloading scripts) with requests in flight ---
 
   static string DomainUnload() {
+    // A domain that only subscribed never used the library, and must not end it for the rest.
+    var idle = AppDomain.CreateDomain("idle");
+    idle.DoCallBack(SubscribeOnly);
+    AppDomain.Unload(idle);
+
     var plugin = AppDomain.CreateDomain("plugin");
     plugin.DoCallBack(UseFromPluginDomain);
     AppDomain.Unload(plugin);
@@ -286,7 +291,11 @@ static class KitTests {
     Check(late.IsFaulted, "the library still runs after the domain that used it unloaded: " + late.Status);
     var refusal = late.Exception.InnerException as LumetraRpcException;
     Check(refusal != null && refusal.Status == LumetraRpcException.Stopped, "wrong fault: " + late.Exception.InnerException);
-    return "the unload shut the library down";
+    return "an idle domain unloaded harmlessly, the using one shut the library down";
+  }
+
+  static void SubscribeOnly() {
+    LumetraRpc.EventReceived += text => {};
   }
 
   static void UseFromPluginDomain() {
