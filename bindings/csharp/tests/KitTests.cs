@@ -82,6 +82,11 @@ static class KitTests {
              "{\"error\":null,\"id\":\"h\u00e9llo \u2713 \U0001D11E\",\"result\":{\"data\":{\"version\":\"9.8.7\"},\"message\":\"SDK version retrieved\",\"success\":true}}"),
     new Case("event text in", "{\"id\":4,\"method\":\"logEvent\",\"params\":{\"eventName\":\"caf\u00e9\",\"awaitResponse\":false}}",
              "{\"error\":null,\"id\":4,\"result\":{\"data\":{\"eventName\":\"caf\u00e9\"},\"message\":\"Event logged\",\"success\":true}}"),
+    // 350,000 characters but 1,050,000 bytes: over the limit only when bytes are counted.
+    new Case("too large in bytes", "{\"id\":\"" + new string('\u20ac', 350000) + "\",\"method\":\"getSDKVersion\"}",
+             "{\"error\":{\"code\":400,\"message\":\"Request payload too large\"},\"id\":null,\"result\":null}"),
+    new Case("not an object", "[6]",
+             "{\"error\":{\"code\":400,\"message\":\"Invalid JSON-RPC request structure: Expected a JSON object at the top level\"},\"id\":null,\"result\":null}"),
     new Case("timeout", "{\"id\":5,\"method\":\"logEvent\",\"params\":{\"eventName\":\"slow\"}}",
              "{\"error\":null,\"id\":5,\"result\":{\"errorType\":\"timeout\",\"message\":\"logEvent operation timed out after 0.2 seconds\",\"success\":false}}"),
   };
