@@ -171,19 +171,26 @@ static class KitTests {
     };
     for (int i = 3; i < 50; i++) tasks.Add(LumetraRpc.ExecuteAsync("{\"id\":" + i + ",\"method\":\"getSDKVersion\"}"));
     Check(tasks.All(t => !t.IsCompleted), "a request was answered before the host pumped");
+    // Even a continuation that asks to run synchronously must not run inside Pump, where it
+    // would hold the main executor (and the frame) for as long as it takes.
+    var continuation = tasks[2].ContinueWith(t => Thread.CurrentThread.ManagedThreadId,
+                                             TaskContinuationOptions.ExecuteSynchronously);
 
-    // The frame loop: pump once per frame; a frame lasts until the next ~16 ms tick.
+    // The frame loop: pump once per frame (Unity's Update). The pause stands for the rest of
+    // a 60 Hz frame; what the loop waits for is in its condition.
     var all = Task.WhenAll(tasks);
     int frames = 0, jobs = 0;
     var clock = Stopwatch.StartNew();
     while ((!all.IsCompleted || Volatile.Read(ref eventThread) == -1) && clock.ElapsedMilliseconds < WaitMs) {
       jobs += LumetraRpc.Pump();
       frames++;
-      all.Wait(16);
+      Thread.Sleep(16);
     }
     Check(all.IsCompleted, "not every request was answered by pumping (" + frames + " frames)");
     Check(jobs > 0, "Pump reported no jobs run");
     Check(Volatile.Read(ref eventThread) == frameThread, "the event was not delivered on the pumping thread");
+    Check(continuation.Wait(WaitMs), "the continuation did not run");
+    Check(continuation.Result != frameThread, "a continuation ran inside Pump, on the frame loop's thread");
     for (int i = 2; i < tasks.Count; i++)
       Check(tasks[i].Result.Contains("\"id\":" + (i + 1) + ",\"result\":{\"data\":{\"version\""), "answer " + (i + 1) + ": " + tasks[i].Result);
     Check(LumetraRpc.Shutdown(5000), "Shutdown did not finish in time");
