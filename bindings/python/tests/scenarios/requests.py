@@ -1,0 +1,33 @@
+"""Sends the table of tests/data/requests.json at once, plus a crowd of requests whose
+answers must each reach the future of the request that asked."""
+import asyncio
+import json
+import os
+
+import lumetra_rpc
+from common import report
+
+TABLE = os.path.join(os.path.dirname(__file__), "..", "data", "requests.json")
+CROWD = 500
+
+
+async def main():
+    with open(TABLE, encoding="utf-8") as file:
+        table = json.load(file)
+    lumetra_rpc.configure(table["settings"])
+    answers = await asyncio.gather(*(lumetra_rpc.execute(case["request"]) for case in table["cases"]))
+    sent = ["crowd-%d" % n for n in range(CROWD)]
+    crowd = await asyncio.gather(*(lumetra_rpc.execute(
+        {"id": name, "method": "logEvent", "params": {"eventName": name, "awaitResponse": False}})
+        for name in sent))
+    called = await lumetra_rpc.call("getSDKVersion", id="by-call")
+    report({
+        "answers": {case["name"]: json.loads(text) for case, text in zip(table["cases"], answers)},
+        "crowd": [[name, json.loads(text)["id"], json.loads(text)["result"]["data"]["eventName"]]
+                  for name, text in zip(sent, crowd)],
+        "call": called,
+        "pending": lumetra_rpc.pending_count(),
+    })
+
+
+asyncio.run(main())
