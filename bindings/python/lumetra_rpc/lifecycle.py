@@ -5,6 +5,7 @@ finalises by ending foreign threads that try to enter it, so the exit hook remov
 event handler and shuts the library down while the interpreter is still whole: after
 lmrpc_shutdown returns no callback ever runs again."""
 import atexit
+import json
 
 from . import native, requests, streams
 from .codes import Status
@@ -20,6 +21,7 @@ def configure(settings, *, library=None):
     the library's first use. Raises ConfigurationError with the library's reason when
     refused, AlreadyRunning once the library has started."""
     data = to_utf8(settings, "settings")
+    _refuse_host_driven(data)
     lib = native.load(library)
     status = lib.lmrpc_configure(data, len(data))
     if status == Status.OK:
@@ -29,6 +31,19 @@ def configure(settings, *, library=None):
                              "already running", Status.ALREADY_RUNNING)
     reason = (lib.lmrpc_configure_error() or b"").decode("utf-8", "replace")
     raise ConfigurationError("settings refused: " + reason, reason, status)
+
+
+def _refuse_host_driven(data):
+    """Answers reach asyncio from the library's own main-executor thread; with a
+    host-driven executor nothing here would pump it, and every request would wait for
+    ever. Text the library cannot read is left for it to refuse with its own reason."""
+    try:
+        settings = json.loads(data)
+    except ValueError:
+        return
+    if isinstance(settings, dict) and settings.get("mainExecutor") == "host":
+        reason = 'mainExecutor "host" is not offered by the asyncio kit: answers come from the library\'s own thread'
+        raise ConfigurationError("settings refused: " + reason, reason, Status.INVALID_CONFIG)
 
 
 def shutdown(timeout_ms=1000):

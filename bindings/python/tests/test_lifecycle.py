@@ -14,6 +14,10 @@ class ConfigureRefused(unittest.TestCase):
         self.assertIn(steps["unknown member"]["reason"], steps["unknown member"]["message"])
         self.assertEqual(steps["not JSON"]["type"], "ConfigurationError")
         self.assertNotEqual(steps["not JSON"]["reason"], "")
+        # Would leave every answer undelivered; refused before the library sees it, so the
+        # next settings still apply.
+        self.assertEqual(steps["host-driven"]["type"], "ConfigurationError")
+        self.assertIn("mainExecutor", steps["host-driven"]["reason"])
         self.assertEqual(steps["accepted"], {"accepted": True})
         self.assertEqual(steps["after start"]["type"], "AlreadyRunning")
         self.assertEqual(steps["after start"]["status"], 1)

@@ -18,6 +18,7 @@ async def main():
     steps = {
         "unknown member": attempt({"bogus": 1}),
         "not JSON": attempt("{"),
+        "host-driven": attempt('{"mainExecutor":"host"}'),
         "accepted": attempt({"timeouts": {"logEvent": 0.5}}),
     }
     answer = await lumetra_rpc.call("getSDKVersion")
