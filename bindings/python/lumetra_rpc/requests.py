@@ -69,6 +69,7 @@ async def execute(request, *, library=None):
     if status != Status.OK:
         with _pending_lock:
             _pending.pop(token, None)
+        future.cancel()  # a concurrent shutdown's backstop may target it; nobody awaits it
         if status == Status.STOPPED:
             raise LibraryStopped("the library has been shut down; no request is taken any more")
         raise LumetraError("lmrpc_execute_json returned %d" % status)
