@@ -9,7 +9,7 @@ ABANDONED_TASK = re.compile(r"^(Task was destroyed but it is pending!|task: <Tas
 
 # Each ending runs several times: what goes wrong at exit is a race.
 RUNS = 3
-WAYS = ["return", "system-exit", "loop-open", "daemon-thread"]
+WAYS = ["return", "system-exit", "loop-open", "loop-closed", "daemon-thread"]
 
 
 class ExitInFlight(unittest.TestCase):

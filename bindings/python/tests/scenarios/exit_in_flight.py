@@ -1,6 +1,7 @@
 """Ends the process with requests in flight and answers still arriving, the ways asyncio
 programs end: asyncio.run returning with tasks pending, SystemExit raised inside the loop,
-a loop left open, a loop still running on a daemon thread. The process must exit 0,
+a loop left open, a loop closed with waits still registered (their answers then find it
+closed), a loop still running on a daemon thread. The process must exit 0,
 promptly, with nothing on standard error."""
 import asyncio
 import sys
@@ -42,10 +43,12 @@ async def raises_system_exit():
     sys.exit(0)
 
 
-def leaves_loop_open():
+def leaves_loop(closed):
     loop = asyncio.new_event_loop()
     _, tasks = loop.run_until_complete(_send())
     loop.run_until_complete(first_answers(tasks))
+    if closed:
+        loop.close()
     report({"ok": True})
 
 
@@ -74,7 +77,9 @@ if way == "return":
 elif way == "system-exit":
     asyncio.run(raises_system_exit())
 elif way == "loop-open":
-    leaves_loop_open()
+    leaves_loop(closed=False)
+elif way == "loop-closed":
+    leaves_loop(closed=True)
 elif way == "daemon-thread":
     runs_on_daemon_thread()
 else:
