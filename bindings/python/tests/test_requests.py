@@ -41,6 +41,7 @@ class Requests(unittest.TestCase):
 
     def test_no_request_stays_registered(self):
         self.assertEqual(self.report["pending"], 0)
+        self.assertEqual(self.report["pending after a cancelled wait"], 0)
 
 
 if __name__ == "__main__":

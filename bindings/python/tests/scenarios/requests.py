@@ -21,12 +21,21 @@ async def main():
         {"id": name, "method": "logEvent", "params": {"eventName": name, "awaitResponse": False}})
         for name in sent))
     called = await lumetra_rpc.call("getSDKVersion", id="by-call")
+    # The SDK never answers and the library's own timeout is 0.2 s, so this wait is
+    # cancelled first; its entry must go with it.
+    try:
+        await asyncio.wait_for(lumetra_rpc.execute(
+            {"id": 0, "method": "logEvent", "params": {"eventName": "given up"}}), 0.01)
+        cancelled = None
+    except asyncio.TimeoutError:
+        cancelled = lumetra_rpc.pending_count()
     report({
         "answers": {case["name"]: json.loads(text) for case, text in zip(table["cases"], answers)},
         "crowd": [[name, json.loads(text)["id"], json.loads(text)["result"]["data"]["eventName"]]
                   for name, text in zip(sent, crowd)],
         "call": called,
         "pending": lumetra_rpc.pending_count(),
+        "pending after a cancelled wait": cancelled,
     })
 
 
