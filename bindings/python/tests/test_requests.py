@@ -35,6 +35,13 @@ class Requests(unittest.TestCase):
         for sent, answered_id, echoed_name in crowd:
             self.assertEqual((answered_id, echoed_name), (sent, sent))
 
+    def test_two_loops_on_two_threads_each_get_their_own_answers(self):
+        rows = self.report["two loops"]
+        self.assertEqual(len(rows), 1000)
+        self.assertEqual({row[0].split("-")[0] for row in rows}, {"here", "thread"})
+        for sent, answered_id, on_its_loop in rows:
+            self.assertEqual((answered_id, on_its_loop), (sent, True))
+
     def test_call_returns_the_parsed_response(self):
         self.assertEqual(self.report["call"]["id"], "by-call")
         self.assertEqual(self.report["call"]["result"]["data"], {"version": "6.5.4"})
