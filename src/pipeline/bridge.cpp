@@ -38,6 +38,10 @@ LMRPCClient::EventEmitter eventRelay(std::weak_ptr<LumetraRPCBridge::Impl> facad
   };
 }
 
+ConfigureResult notApplied() {
+  return {ConfigureStatus::invalid, "the configuration could not be applied"};
+}
+
 std::shared_ptr<LumetraRPCBridge::Impl> makeImpl() {
   return std::make_shared<LumetraRPCBridge::Impl>();
 }
@@ -74,29 +78,19 @@ std::shared_ptr<LumetraRPCBridge> LumetraRPCBridge::create(std::shared_ptr<LMRPC
 }
 
 ConfigureResult LumetraRPCBridge::configure(const LMRPCConfiguration& configuration) noexcept {
-  try {
-    return applyConfiguration(configuration);
-  } catch (...) {
-    return {ConfigureStatus::invalid, "the configuration could not be applied"};
-  }
+  return guarded(notApplied(), [&] { return applyConfiguration(configuration); });
 }
 
 ConfigureResult LumetraRPCBridge::configureJson(std::string_view json) noexcept {
-  try {
+  return guarded(notApplied(), [&]() -> ConfigureResult {
     auto configuration = readConfiguration(json);
     if (!configuration) return {ConfigureStatus::invalid, configuration.error()};
     return applyConfiguration(configuration.value());
-  } catch (...) {
-    return {ConfigureStatus::invalid, "the configuration could not be applied"};
-  }
+  });
 }
 
 bool LumetraRPCBridge::shutdown(std::chrono::milliseconds timeout) noexcept {
-  try {
-    return shutdownLibrary(timeout);
-  } catch (...) {
-    return false;
-  }
+  return guarded(false, [&] { return shutdownLibrary(timeout); });
 }
 
 bool LumetraRPCBridge::executeJson(std::string jsonRequest, TextHandler completion) noexcept {
@@ -115,20 +109,20 @@ const std::shared_ptr<LMRPCClient>& LumetraRPCBridge::rpcClient() const noexcept
 }
 
 void LumetraRPCBridge::setEventHandler(TextHandler handler) noexcept {
-  try {
+  guarded(false, [&] {
     auto shared = std::make_shared<const TextHandler>(std::move(handler));
     std::lock_guard lock(impl_->handlerMutex);
     impl_->eventHandler = std::move(shared);
-  } catch (...) {
-  }
+    return true;
+  });
 }
 
 void LumetraRPCBridge::removeEventHandler() noexcept {
-  try {
+  guarded(false, [&] {
     std::lock_guard lock(impl_->handlerMutex);
     impl_->eventHandler.reset();
-  } catch (...) {
-  }
+    return true;
+  });
 }
 
 }  // namespace lumetra_rpc

@@ -18,6 +18,7 @@
 #include "runtime/runtime_core.h"
 #include "wire/records.h"
 
+using lumetra_rpc::guarded;
 using lumetra_rpc::LumetraRPCBridge;
 using lumetra_rpc::Runtime;
 
@@ -54,19 +55,6 @@ void handOver(lmrpc_text_callback callback, void* context, const std::string& te
   char* copy = copyOf(text);
   if (!copy) return callback(context, fallback, std::strlen(fallback));
   callback(context, copy, text.size());
-}
-
-// Catch-all for functions that may run host callbacks themselves: a forced unwind of the
-// host's thread must pass, anything else becomes `fallback`.
-template <typename R, typename F>
-R guarded(R fallback, F&& body) {
-  try {
-    return body();
-  } catch (const abi::__forced_unwind&) {
-    throw;
-  } catch (...) {
-    return fallback;
-  }
 }
 
 LumetraRPCBridge::TextHandler completionOf(lmrpc_text_callback completion, void* context) {

@@ -11,6 +11,19 @@
 
 namespace lumetra_rpc {
 
+// Runs `body`, turning anything it throws into `fallback`, except that forced unwind: the
+// catch-all of every function at the library's boundary.
+template <typename R, typename F>
+R guarded(R fallback, F&& body) {
+  try {
+    return std::forward<F>(body)();
+  } catch (const abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    return fallback;
+  }
+}
+
 template <typename F>
 void callForeign(F&& call) {
   try {

@@ -7,20 +7,16 @@
 namespace lumetra_rpc {
 
 bool Runtime::useHostDrivenMain() noexcept {
-  try {
+  return guarded(false, [] {
     return changeSettings([](RuntimeSettings& settings) { settings.mainMode = MainMode::host; });
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool Runtime::hostDriven() noexcept {
-  try {
+  return guarded(false, [] {
     auto* core = RuntimeCore::get();
     return core && core->mainMode() == MainMode::host;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool Runtime::isOnMain() noexcept {
@@ -29,27 +25,21 @@ bool Runtime::isOnMain() noexcept {
 }
 
 std::size_t Runtime::poolThreadCount() noexcept {
-  try {
+  return guarded(std::size_t{0}, [] {
     auto* core = RuntimeCore::get();
     return core ? core->poolThreadCount() : 0;
-  } catch (...) {
-    return 0;
-  }
+  });
 }
 
 namespace {
 
 // Not noexcept: a host runtime may end the pumping thread from inside a callback.
 std::size_t pumpMain(std::optional<std::chrono::nanoseconds> duration) {
-  try {
+  return guarded(std::size_t{0}, [&]() -> std::size_t {
     if (RuntimeCore::inForkedChild()) return 0;
     auto* core = RuntimeCore::get();
     return core ? core->pump(duration) : 0;
-  } catch (const abi::__forced_unwind&) {
-    throw;
-  } catch (...) {
-    return 0;
-  }
+  });
 }
 
 }  // namespace

@@ -12,10 +12,6 @@ std::int64_t nowInMilliseconds() {
   return static_cast<std::int64_t>(std::trunc(seconds * 1000.0));
 }
 
-AnyCodable orNull(const std::optional<AnyCodable>& value) {
-  return value ? *value : AnyCodable();
-}
-
 }  // namespace
 
 LMRPCEvent::LMRPCEvent(std::string eventName, std::optional<AnyCodable> payload,
@@ -25,22 +21,10 @@ LMRPCEvent::LMRPCEvent(std::string eventName, std::optional<AnyCodable> payload,
       timestamp(time ? *time : nowInMilliseconds()),
       origin(std::move(originName)) {}
 
-AnyCodable toJSON(const LMRPCRequest& request) {
-  JSONObject object{{"method", request.method}, {"params", request.params}};
-  if (request.id) object.emplace("id", *request.id);
-  return object;
-}
-
 AnyCodable toJSON(const LMRPCError& error) {
   JSONObject object{{"code", error.code}, {"message", error.message}};
   if (error.details) object.emplace("details", *error.details);
   return object;
-}
-
-AnyCodable toJSON(const LMRPCResponse& response) {
-  return JSONObject{{"id", orNull(response.id)},
-                    {"result", orNull(response.result)},
-                    {"error", response.error ? toJSON(*response.error) : AnyCodable()}};
 }
 
 AnyCodable toJSON(const LMRPCEvent& event) {

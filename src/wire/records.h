@@ -46,8 +46,6 @@ inline constexpr std::string_view kEventFallbackText =
     R"({"event":"error","data":{"message":"Failed to encode event"},"origin":"ios"})";
 
 // The JSON form of each record, with absent members written as the wire rules say.
-AnyCodable toJSON(const LMRPCRequest& request);
-AnyCodable toJSON(const LMRPCResponse& response);
 AnyCodable toJSON(const LMRPCError& error);
 AnyCodable toJSON(const LMRPCEvent& event);
 

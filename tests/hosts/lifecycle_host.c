@@ -127,6 +127,71 @@ static int shutdown_pending(int host_driven) {
   return 0;
 }
 
+/* Shutdown before first use ends the library just the same, and stays the answer. */
+static int shutdown_unused(void) {
+  if (lmrpc_shutdown(0) != LMRPC_OK) fail("shutting down an unused library failed");
+  const char *json = "{\"id\":1,\"method\":\"getSDKVersion\"}";
+  if (lmrpc_execute_json(json, strlen(json), on_answer, (void *)0) != LMRPC_STOPPED)
+    fail("accepted after shutdown");
+  if (lmrpc_configure("{}", 2) == LMRPC_OK) fail("configured after shutdown");
+  if (lmrpc_shutdown(0) != LMRPC_OK) fail("a second shutdown differs");
+  if (lmrpc_main_run_until_idle() != 0 || atomic_load(&calls) != 0) fail("a callback ran after shutdown");
+  printf("ok: shut down before first use\n");
+  return 0;
+}
+
+static atomic_int inner_started;
+static atomic_int inner_result = -1;
+static atomic_int outer_result = -1;
+static atomic_int answered_before_return = -1;
+
+static void shutdown_inside(void *context, char *text, size_t length) {
+  (void)context;
+  (void)length;
+  lmrpc_text_free(text);
+  atomic_store(&inner_started, 1);
+  int result = lmrpc_shutdown(100);
+  atomic_store(&answered_before_return, atomic_load(&answered[0]));
+  atomic_store(&inner_result, result);
+}
+
+static void *shutdown_racer(void *unused) {
+  (void)unused;
+  for (int i = 0; i < 4000 && !atomic_load(&inner_started); ++i) sleep_ms(1);
+  sleep_ms(5);
+  atomic_store(&outer_result, lmrpc_shutdown(1000));
+  return NULL;
+}
+
+/* A completion shuts the library down while a request waits on a silent SDK and another
+ * thread shuts it down too: nothing deadlocks, the waiting request is answered 503 before
+ * the callback's shutdown returns, and every shutdown returns the same result. */
+static int shutdown_in_callback(int host_driven) {
+  configure(host_driven ? "{\"mainExecutor\":\"host\",\"sdk\":{\"replies\":{\"start\":{\"never\":true}}}}"
+                        : "{\"sdk\":{\"replies\":{\"start\":{\"never\":true}}}}");
+  send("{\"id\":9,\"method\":\"start\"}", 0);
+  const char *json = "{\"id\":1,\"method\":\"getSDKVersion\"}";
+  if (lmrpc_execute_json(json, strlen(json), shutdown_inside, NULL) != LMRPC_OK) fail("request refused");
+  pthread_t racer;
+  pthread_create(&racer, NULL, shutdown_racer, NULL);
+  for (int i = 0; i < 4000 && atomic_load(&inner_result) < 0; ++i) {
+    if (host_driven)
+      lmrpc_main_run_for(1);
+    else
+      sleep_ms(1);
+  }
+  pthread_join(racer, NULL);
+  if (atomic_load(&inner_result) < 0) fail("the shutdown inside the completion never returned");
+  if (atomic_load(&answered_before_return) != 1)
+    fail("the waiting request was not answered before shutdown returned");
+  if (!strstr(last_text[0], "Library is shutting down")) fail(last_text[0]);
+  if (atomic_load(&outer_result) != atomic_load(&inner_result) ||
+      lmrpc_shutdown(0) != atomic_load(&inner_result))
+    fail("the shutdowns disagree");
+  printf("ok: shut down from inside a completion and from another thread at once\n");
+  return 0;
+}
+
 static void pump_inside(void *context, char *text, size_t length) {
   atomic_store(&nested_pump_result, (int)lmrpc_main_run_until_idle());
   on_answer(context, text, length);
@@ -237,6 +302,8 @@ int main(int argc, char **argv) {
   if (strcmp(scenario, "exit-in-flight") == 0) return exit_in_flight(host, count);
   if (strcmp(scenario, "exit-in-callback") == 0) return exit_in_callback(host);
   if (strcmp(scenario, "shutdown-pending") == 0) return shutdown_pending(host);
+  if (strcmp(scenario, "shutdown-unused") == 0) return shutdown_unused();
+  if (strcmp(scenario, "shutdown-in-callback") == 0) return shutdown_in_callback(host);
   if (strcmp(scenario, "pump-rules") == 0) return pump_rules(host);
   if (strcmp(scenario, "refuse-lengths") == 0) return refuse_lengths();
   if (strcmp(scenario, "events") == 0) return events();
