@@ -48,7 +48,9 @@ constexpr TextProperty kTexts[] = {
 // Each test reads a fresh simulated SDK and leaves a fresh one behind.
 class AdapterProperties : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(simulator::configureSimulator(simulator::defaultSimulatorConfig()).hasValue()); }
+  void SetUp() override {
+    ASSERT_TRUE(simulator::configureSimulator(simulator::defaultSimulatorConfig()).hasValue());
+  }
   void TearDown() override { simulator::configureSimulator(simulator::defaultSimulatorConfig()); }
 };
 
@@ -67,7 +69,8 @@ TEST_F(AdapterProperties, EachFlagReadsBackItsOwnSetting) {
 TEST_F(AdapterProperties, EachValueReadsBackItsOwnSetting) {
   Adapter sdk;
   for (std::size_t i = 0; i < std::size(kTexts); ++i) (sdk.*kTexts[i].set)("text " + std::to_string(i));
-  for (std::size_t i = 0; i < std::size(kTexts); ++i) EXPECT_EQ((sdk.*kTexts[i].get)(), "text " + std::to_string(i));
+  for (std::size_t i = 0; i < std::size(kTexts); ++i)
+    EXPECT_EQ((sdk.*kTexts[i].get)(), "text " + std::to_string(i));
 
   JSONObject data;
   data.insert_or_assign("plan", AnyCodable("gold"));
