@@ -1,7 +1,7 @@
 // Holds the OpenRPC document to the library: its methods are the method table's, each
 // method's parameters and their required flags are the rows of docs/methods.md, it lists
-// 422 exactly for the methods that can be refused with it, and every allowed value it names
-// is one the parser takes.
+// 422 exactly for the methods that can be refused with it, every allowed value it names is
+// one the parser takes, and every default it states is what absence means.
 
 #include <gtest/gtest.h>
 
@@ -9,9 +9,12 @@
 #include <set>
 #include <utility>
 
+#include "lumetra_rpc/client.h"
 #include "openrpc.h"
 #include "parsing/method_table.h"
+#include "support/fake_sdk.h"
 #include "support/methods_doc.h"
+#include "support/pump.h"
 #include "wire/json_reader.h"
 #include "wire/json_writer.h"
 
@@ -155,6 +158,36 @@ TEST(OpenRPCDocument, AllowedValuesAreTheParsersOwn) {
     }
   }
   EXPECT_GT(checked, 0) << "no allowed values found in the document";
+}
+
+// A request without the parameter and one with its stated default must reach the SDK with the
+// same calls and arguments and get the same response.
+TEST(OpenRPCDocument, DefaultsAreWhatAbsenceMeans) {
+  ParsingCases cases = loadParsingCases();
+  auto run = [](const std::string& method, const JSONObject& params) {
+    auto sdk = std::make_shared<testing::FakeSDK>();
+    auto client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, sdk);
+    JSONObject request{{"id", 1}, {"method", method}, {"params", params}};
+    std::string response = testing::execute(*client, writeJSON(AnyCodable(request)).value());
+    for (const testing::SDKCall& call : sdk->calls()) response += "\n" + call.name + call.argsText();
+    return response;
+  };
+  int compared = 0;
+  for (const auto& [name, method] : documentedMethods()) {
+    for (const AnyCodable& param : elements(method.at("params"))) {
+      const JSONObject& schema = members(members(param).at("schema"));
+      if (!schema.contains("default")) continue;
+      ASSERT_TRUE(cases.firstValidParams.contains(name)) << name << " has no valid parsing case";
+      const std::string& paramName = text(members(param).at("name"));
+      JSONObject absent = cases.firstValidParams.at(name);
+      absent.erase(paramName);
+      JSONObject given = absent;
+      given.insert_or_assign(paramName, schema.at("default"));
+      EXPECT_EQ(run(name, absent), run(name, given)) << name << ": " << paramName;
+      ++compared;
+    }
+  }
+  EXPECT_GT(compared, 0) << "no defaults found in the document";
 }
 
 }  // namespace
