@@ -163,7 +163,7 @@ std::vector<MethodDescription> build() {
       {"setSharingFilterForPartners",
        "Sets or clears the partners data is not shared with.",
        {checked("partners", Schema{{"type", JSONArray{"array", "null"}}, {"items", text()}},
-                "Absent or null clears the filter.")}},
+                "Absent or null clears the filter; any other value is refused.")}},
       {"setPartnerData",
        "Sets data for one partner.",
        {required("partnerId", nonEmptyText()), required("partnerInfo", object())}},

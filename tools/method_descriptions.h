@@ -2,7 +2,8 @@
 // What a client may send to each method, as JSON Schema: one row per method, its parameters
 // in the order the parse function reads them. The schemas state the contract a host should
 // keep to; what the parsers tolerate beyond it (numbers as booleans, any letter case for
-// plugin names, wrong kinds of optional values read as absent) is said in the descriptions.
+// plugin names) is said in the descriptions. An optional value of another kind is read as
+// absent unless its description says it is refused.
 
 #include <string>
 #include <vector>

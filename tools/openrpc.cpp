@@ -121,7 +121,9 @@ Expected<AnyCodable, std::string> openRPCDocument() {
               {"version", lmrpc_version()},
               {"description",
                "The JSON-RPC dialect a plugin host speaks to the attribution SDK through LumetraRPC. "
-               "Every request gets exactly one response; parameters are passed by name."}};
+               "Every request gets exactly one response; parameters are passed by name. Parameters a "
+               "method does not define are ignored, and an optional value of another kind is read as "
+               "absent unless its description says it is refused."}};
   return AnyCodable(Schema{{"openrpc", kOpenRPCVersion},
                            {"info", std::move(info)},
                            {"methods", std::move(methods)},
