@@ -10,7 +10,7 @@ namespace lumetra_rpc::cli {
 const char kUsage[] =
     "usage: lumetra-rpc [--sdk CONFIG.json] [--journal FILE]\n"
     "                   [--timeouts start=S,logEvent=S,purchase=S,crossPromotion=S,shareInvite=S]\n"
-    "                   [--concurrent] [--help]\n"
+    "                   [--concurrent] [--openrpc] [--help]\n"
     "\n"
     "Reads one JSON-RPC request per line from stdin and writes every response and event\n"
     "text to stdout, one per line, as delivered.\n"
@@ -19,6 +19,7 @@ const char kUsage[] =
     "  --journal FILE     append every call made into the SDK to FILE, one JSON line each\n"
     "  --timeouts LIST    override supervision timeouts, in seconds (decimals allowed)\n"
     "  --concurrent       send every request at once instead of one after another\n"
+    "  --openrpc          print the OpenRPC description of every method and exit\n"
     "  --help             show this text\n";
 
 namespace {
@@ -87,6 +88,8 @@ Expected<CliOptions, std::string> parseCliOptions(const std::vector<std::string_
     auto argument = arguments[i];
     if (argument == "--help" || argument == "-h") {
       options.help = true;
+    } else if (argument == "--openrpc") {
+      options.openrpc = true;
     } else if (argument == "--concurrent") {
       options.concurrent = true;
     } else if (names(argument, "--sdk") || names(argument, "--journal") || names(argument, "--timeouts")) {

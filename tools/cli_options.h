@@ -18,6 +18,7 @@ struct CliOptions {
   TimeoutConfig timeouts;
   bool concurrent = false;
   bool help = false;
+  bool openrpc = false;
 };
 
 extern const char kUsage[];

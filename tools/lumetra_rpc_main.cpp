@@ -10,6 +10,7 @@
 #include "cli_options.h"
 #include "cli_session.h"
 #include "lumetra_rpc/bridge.h"
+#include "openrpc.h"
 #include "sdk/simulator/simulator.h"
 
 namespace {
@@ -53,6 +54,16 @@ int main(int argc, char** argv) {
   if (!options) return refuse(options.error() + "\n" + cli::kUsage);
   if (options->help) {
     std::fputs(cli::kUsage, stdout);
+    return 0;
+  }
+  if (options->openrpc) {
+    // Needs no SDK: the document comes from the method table alone.
+    auto text = cli::openRPCText();
+    if (!text) {
+      std::cerr << "lumetra-rpc: " << text.error() << "\n";
+      return 1;
+    }
+    cli::writeLine(*text);
     return 0;
   }
   if (auto problem = prepare(*options); !problem.empty()) return refuse(problem);

@@ -5,14 +5,13 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 
 #include "lumetra_rpc/client.h"
 #include "parsing/method_table.h"
 #include "support/fake_sdk.h"
+#include "support/methods_doc.h"
 #include "support/pump.h"
 #include "wire/json_reader.h"
 #include "wire/json_writer.h"
@@ -20,63 +19,12 @@
 namespace lumetra_rpc {
 namespace {
 
-std::string readFile(const char* path) {
-  std::ifstream file(path);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
+using testing::loadMethodSections;
+using testing::MessageLine;
+using testing::MethodSection;
 
-// The text between the backtick that ends `marker` and the next backtick.
-std::optional<std::string> codeSpanAfter(std::string_view line, std::string_view marker) {
-  auto start = line.find(marker);
-  if (start == std::string_view::npos) return std::nullopt;
-  start += marker.size();
-  auto end = line.find('`', start);
-  if (end == std::string_view::npos) return std::nullopt;
-  return std::string(line.substr(start, end - start));
-}
-
-// One line "- `message` — when; details `{...}`; e.g. `{params}`"; details are optional,
-// and a failure reported in the result object is marked "*in `result`*".
-struct MessageLine {
-  std::string line;
-  std::string message;
-  std::optional<std::string> details;
-  std::optional<std::string> params;
-  bool inResult = false;
-};
-
-struct Section {
-  std::vector<std::string> parameters;  // first cell of each table row
-  std::vector<MessageLine> messages;
-};
-
-MessageLine parseMessageLine(const std::string& line) {
-  return MessageLine{line, codeSpanAfter(line, "- `").value(), codeSpanAfter(line, "details `"),
-                     codeSpanAfter(line, "e.g. `"), line.find("*in `result`*") != std::string::npos};
-}
-
-// A method's section runs from its "### `name`" heading to the next heading of any level.
-std::map<std::string, Section> loadSections() {
-  std::istringstream page(readFile(LMRPC_DOCS_DIR "/methods.md"));
-  std::map<std::string, Section> sections;
-  Section* current = nullptr;
-  for (std::string line; std::getline(page, line);) {
-    if (line.starts_with("#")) {
-      current = nullptr;
-      if (line.starts_with("### `") && line.ends_with("`")) {
-        std::string name = line.substr(5, line.size() - 6);
-        EXPECT_FALSE(sections.contains(name)) << "two sections for " << name;
-        current = &sections[name];
-      }
-      continue;
-    }
-    if (current == nullptr) continue;
-    if (line.starts_with("| `")) current->parameters.push_back(*codeSpanAfter(line, "| `"));
-    if (line.starts_with("- `")) current->messages.push_back(parseMessageLine(line));
-  }
-  return sections;
+std::map<std::string, MethodSection> loadSections() {
+  return loadMethodSections(LMRPC_DOCS_DIR "/methods.md");
 }
 
 struct MethodCases {
@@ -85,7 +33,7 @@ struct MethodCases {
 };
 
 std::map<std::string, MethodCases> loadParsingCases() {
-  auto items = readJSON(readFile(LMRPC_TEST_DATA_DIR "/parsing_cases.json"));
+  auto items = readJSON(testing::readTextFile(LMRPC_TEST_DATA_DIR "/parsing_cases.json"));
   std::map<std::string, MethodCases> cases;
   if (!items || items->getIf<JSONArray>() == nullptr) {
     ADD_FAILURE() << "parsing_cases.json unreadable";
@@ -117,16 +65,16 @@ TEST(MethodsDoc, SectionsMatchTheMethodTableAndTheParsingCases) {
 
   for (const auto& [method, cases] : loadParsingCases()) {
     if (!sections.contains(method)) continue;  // unknown-method cases
-    const Section& section = sections.at(method);
+    const MethodSection& section = sections.at(method);
     std::set<std::string> listed;
     for (const MessageLine& line : section.messages) listed.insert(line.message);
     for (const std::string& message : cases.errorMessages)
       EXPECT_TRUE(listed.contains(message)) << method << " does not list: " << message;
     // A nested parameter ("product.productId") is sent inside its outer object.
-    for (const std::string& parameter : section.parameters) {
-      std::string outer = parameter.substr(0, parameter.find('.'));
+    for (const testing::ParameterRow& parameter : section.parameters) {
+      std::string outer = parameter.name.substr(0, parameter.name.find('.'));
       EXPECT_TRUE(cases.validParameters.contains(outer))
-          << method << " documents " << parameter << ", which no valid case sends";
+          << method << " documents " << parameter.name << ", which no valid case sends";
     }
   }
 }
