@@ -1,0 +1,16 @@
+{
+  "targets": [
+    {
+      "target_name": "lumetra_rpc_node",
+      "sources": ["src/addon.cpp", "src/library.cpp"],
+      "include_dirs": [
+        "<!(node -p \"require('node-addon-api').include_dir\")",
+        "<(module_root_dir)/../../include"
+      ],
+      "defines": ["NAPI_VERSION=8", "NAPI_CPP_EXCEPTIONS"],
+      "cflags_cc!": ["-fno-exceptions", "-std=gnu++17"],
+      "cflags_cc": ["-std=c++20", "-fexceptions", "-Wall", "-Wextra"],
+      "libraries": ["-ldl"]
+    }
+  ]
+}
