@@ -1,0 +1,101 @@
+'use strict';
+// One lifecycle scenario per process (the library is a process-wide singleton and ends for
+// good at shutdown): `node lifecycle.cjs NAME`. Each writes what the parent test checks on
+// stdout; none keeps the event loop alive by any means of its own (no timers, no awaits at
+// top level), so whether the process ends is the kit's doing.
+const rpc = require('../..');
+
+const NEVER = { sdk: { replies: { logEvent: { never: true } } } };
+const pendingLogEvent = (id) =>
+  rpc.execute(JSON.stringify({ id, method: 'logEvent', params: { eventName: 'e', awaitResponse: true } }));
+const sendPending = (count) => Array.from({ length: count }, (_, i) => pendingLogEvent(i));
+
+const scenarios = {
+  // Only an outstanding request keeps this process alive until its timeout answers it.
+  'stays-alive'() {
+    rpc.configure({ ...NEVER, timeouts: { logEvent: 0.3 } });
+    pendingLogEvent(1).then((text) => console.log(text));
+  },
+
+  // Everything answered, listeners registered, events delivered: the process must end.
+  ends() {
+    rpc.configure({ sdk: { conversion: { data: { campaign: 'x' } } } });
+    rpc.events.on('event', (text) => console.log(text));
+    const requests = [
+      { method: 'registerConversionListener' },
+      { method: 'init', params: { devKey: 'k', appId: '123456789' } },
+      { method: 'start', params: { awaitResponse: true } },
+      { method: 'getSDKVersion' },
+    ];
+    Promise.all(requests.map((r, id) => rpc.execute(JSON.stringify({ id, ...r })))).then((texts) => {
+      for (const text of texts) console.log(text);
+      console.log(`outstanding ${rpc.outstanding()}`);
+    });
+  },
+
+  // Requests that would take a minute to time out must not hold the exit.
+  'exit-pending'() {
+    rpc.configure({ ...NEVER, timeouts: { logEvent: 60 } });
+    sendPending(1000);
+    console.log(`outstanding ${rpc.outstanding()}`);
+    process.exit(0);
+  },
+
+  // From a completion's continuation, with the rest still outstanding.
+  'exit-in-completion'() {
+    rpc.configure({ ...NEVER, timeouts: { logEvent: 60 } });
+    sendPending(100);
+    rpc.execute('{"id":"x","method":"getSDKVersion"}').then((text) => {
+      console.log(text);
+      process.exit(0);
+    });
+  },
+
+  // From inside the library's own callback: event listeners run inside the pump.
+  'exit-in-event'() {
+    rpc.configure({ ...NEVER, timeouts: { logEvent: 60 }, sdk: { ...NEVER.sdk, conversion: { data: { c: 'y' } } } });
+    rpc.events.on('event', (text) => {
+      console.log(text);
+      process.exit(0);
+    });
+    sendPending(100);
+    for (const method of ['registerConversionListener', 'start']) rpc.execute(JSON.stringify({ id: method, method }));
+  },
+
+  // A listener that throws reaches uncaughtException like any callback's error, and the
+  // kit goes on answering.
+  'listener-throws'() {
+    rpc.configure({ sdk: { conversion: { data: { c: 'z' } } } });
+    process.on('uncaughtException', (error) => {
+      console.log(`uncaught ${error.message}`);
+      rpc.execute('{"id":"after","method":"getSDKVersion"}').then((text) => console.log(text));
+    });
+    rpc.events.on('event', () => {
+      throw new Error('listener failed');
+    });
+    for (const method of ['registerConversionListener', 'start']) rpc.execute(JSON.stringify({ id: method, method }));
+  },
+
+  // Shutdown with requests in flight: every promise settles (answered by the library, 503
+  // included, or rejected), later requests are refused at once, and the process then ends.
+  'shutdown-in-flight'() {
+    rpc.configure({ ...NEVER, timeouts: { logEvent: 60 } });
+    const settled = sendPending(200).map((p) =>
+      p.then((text) => JSON.parse(text).error?.code ?? 'result', (error) => error.code));
+    const finished = rpc.shutdown(100);
+    const stopped = rpc.execute('{"id":1,"method":"getSDKVersion"}');
+    Promise.all(settled).then((outcomes) => {
+      const counts = {};
+      for (const outcome of outcomes) counts[outcome] = (counts[outcome] ?? 0) + 1;
+      console.log(JSON.stringify({ finished, outstanding: rpc.outstanding(), counts, again: rpc.shutdown(0) }));
+      stopped.catch((error) => console.log(`after ${error.code}`));
+    });
+  },
+};
+
+const scenario = scenarios[process.argv[2]];
+if (!scenario) {
+  console.error(`unknown scenario ${process.argv[2]}`);
+  process.exit(2);
+}
+scenario();
