@@ -72,6 +72,15 @@ const cases = [
     },
   },
   {
+    name: "a worker thread's request is refused, the main thread's answered",
+    scenario: 'worker-refused',
+    check(run) {
+      ended(run);
+      assert.equal(JSON.parse(run.lines[0]).result.success, true, describeRun(run));
+      assert.equal(run.lines[1], 'LumetraRPC is driven by another JS thread of this process');
+    },
+  },
+  {
     name: 'shutdown with requests in flight settles every promise and refuses later requests',
     scenario: 'shutdown-in-flight',
     check(run) {

@@ -18,8 +18,9 @@ const scenarios = {
   },
 
   // Everything answered, listeners registered, events delivered: the process must end.
+  // The delayed start reply keeps start outstanding until its conversion event is in.
   ends() {
-    rpc.configure({ sdk: { conversion: { data: { campaign: 'x' } } } });
+    rpc.configure({ sdk: { conversion: { data: { campaign: 'x' } }, replies: { start: { data: { s: 1 }, delayMs: 100 } } } });
     rpc.events.on('event', (text) => console.log(text));
     const requests = [
       { method: 'registerConversionListener' },
@@ -65,7 +66,7 @@ const scenarios = {
   // A listener that throws reaches uncaughtException like any callback's error, and the
   // kit goes on answering.
   'listener-throws'() {
-    rpc.configure({ sdk: { conversion: { data: { c: 'z' } } } });
+    rpc.configure({ sdk: { conversion: { data: { c: 'z' } }, replies: { start: { data: {}, delayMs: 100 } } } });
     process.on('uncaughtException', (error) => {
       console.log(`uncaught ${error.message}`);
       rpc.execute('{"id":"after","method":"getSDKVersion"}').then((text) => console.log(text));
@@ -74,6 +75,22 @@ const scenarios = {
       throw new Error('listener failed');
     });
     for (const method of ['registerConversionListener', 'start']) rpc.execute(JSON.stringify({ id: method, method }));
+  },
+
+  // The library is one per process and its callbacks run on one JS thread; a worker's
+  // request is refused rather than answered on the wrong thread.
+  'worker-refused'() {
+    const { Worker } = require('node:worker_threads');
+    rpc.execute('{"id":1,"method":"getSDKVersion"}').then((text) => {
+      console.log(text);
+      const worker = new Worker(
+        `const { parentPort } = require('node:worker_threads');
+         require(${JSON.stringify(require.resolve('../..'))}).execute('{"id":2,"method":"getSDKVersion"}')
+           .then((text) => parentPort.postMessage('answered ' + text), (error) => parentPort.postMessage(error.message));`,
+        { eval: true },
+      );
+      worker.on('message', (message) => console.log(message));
+    });
   },
 
   // Shutdown with requests in flight: every promise settles (answered by the library, 503
