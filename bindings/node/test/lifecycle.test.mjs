@@ -91,6 +91,15 @@ const cases = [
       assert.equal(run.lines[1], 'after LMRPC_STOPPED');
     },
   },
+  {
+    name: 'shutdown from inside an event listener settles every promise before it returns',
+    scenario: 'shutdown-in-event',
+    runs: 3,
+    check(run) {
+      ended(run);
+      assert.deepEqual(run.lines, ['{"finished":true,"outstanding":0}', '[]'], describeRun(run));
+    },
+  },
 ];
 
 for (const { name, scenario, runs = 1, check } of cases) {

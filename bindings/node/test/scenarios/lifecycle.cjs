@@ -108,6 +108,20 @@ const scenarios = {
       stopped.catch((error) => console.log(`after ${error.code}`));
     });
   },
+
+  // The same from inside the library's callback, where shutdown delivers the remaining
+  // completions itself before it returns.
+  'shutdown-in-event'() {
+    rpc.configure({ ...NEVER, timeouts: { logEvent: 60 }, sdk: { ...NEVER.sdk, conversion: { data: { c: 'y' } } } });
+    const settled = sendPending(50).map((p) =>
+      p.then((text) => JSON.parse(text).error?.code ?? 'result', (error) => error.code));
+    rpc.events.on('event', () => {
+      const finished = rpc.shutdown(100);
+      console.log(JSON.stringify({ finished, outstanding: rpc.outstanding() }));
+    });
+    for (const method of ['registerConversionListener', 'start']) rpc.execute(JSON.stringify({ id: method, method }));
+    Promise.all(settled).then((outcomes) => console.log(JSON.stringify(outcomes.filter((o) => o !== 503))));
+  },
 };
 
 const scenario = scenarios[process.argv[2]];
