@@ -100,6 +100,20 @@ const cases = [
       assert.deepEqual(run.lines, ['{"finished":true,"outstanding":0}', '[]'], describeRun(run));
     },
   },
+  {
+    name: 'refused settings say why and leave the kit to be configured',
+    scenario: 'configure-refused',
+    check(run) {
+      ended(run);
+      assert.deepEqual(run.lines, [
+        'Error: configure: unknown member "nope" (known: sdk, timeouts, poolThreads, mainExecutor)',
+        'Error: configure: timeout "logEvent" must be a number of seconds from 0 to 1e9',
+        'Error: this kit drives the main executor itself: leave "mainExecutor" out',
+        'TypeError: configure expects a settings object or its JSON text',
+        'v-after',
+      ]);
+    },
+  },
 ];
 
 for (const { name, scenario, runs = 1, check } of cases) {

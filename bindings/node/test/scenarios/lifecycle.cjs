@@ -122,6 +122,20 @@ const scenarios = {
     for (const method of ['registerConversionListener', 'start']) rpc.execute(JSON.stringify({ id: method, method }));
     Promise.all(settled).then((outcomes) => console.log(JSON.stringify(outcomes.filter((o) => o !== 503))));
   },
+
+  // Refused settings change nothing, so a corrected configure still applies before first use.
+  'configure-refused'() {
+    for (const settings of [{ nope: 1 }, { timeouts: { logEvent: -1 } }, { mainExecutor: 'dedicated' }, '[1]']) {
+      try {
+        rpc.configure(settings);
+        console.log('accepted');
+      } catch (error) {
+        console.log(`${error.constructor.name}: ${error.message}`);
+      }
+    }
+    rpc.configure({ sdk: { version: 'v-after' } });
+    rpc.call('getSDKVersion').then((result) => console.log(result.data.version));
+  },
 };
 
 const scenario = scenarios[process.argv[2]];
