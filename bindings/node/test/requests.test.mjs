@@ -126,3 +126,12 @@ test('an event arrives after its listener is registered', async () => {
 test('configure after first use is refused', () => {
   assert.throws(() => rpc.configure({}), /before the first request/);
 });
+
+// Last in this file: shutdown ends the library for good.
+test('shutdown with nothing in flight finishes in time; later requests are refused at once', async () => {
+  assert.equal(rpc.shutdown(10000), true);
+  assert.equal(rpc.shutdown(0), true, 'a second call returns the first result');
+  await assert.rejects(rpc.execute('{"id":9,"method":"getSDKVersion"}'), { code: 'LMRPC_STOPPED' });
+  await assert.rejects(rpc.call('getSDKVersion'), { code: 'LMRPC_STOPPED' });
+  assert.throws(() => rpc.configure({}), { code: 'LMRPC_STOPPED' });
+});
