@@ -51,8 +51,9 @@ function deliver(text) {
 }
 
 function open(settings, options) {
-  library = libraryPath(options);
-  native.open(library, JSON.stringify({ ...settings, mainExecutor: 'host' }), deliver);
+  const path = libraryPath(options);
+  native.open(path, JSON.stringify({ ...settings, mainExecutor: 'host' }), deliver);
+  library = path;
   state = 'open';
   // process.exit() skips environment teardown hooks until late; stop deliveries first.
   process.once('exit', native.detach);

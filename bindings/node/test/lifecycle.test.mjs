@@ -114,6 +114,15 @@ const cases = [
       ]);
     },
   },
+  {
+    name: 'the library option goes before LMRPC_LIBRARY, and a missing library is named',
+    scenario: 'library-option',
+    check(run) {
+      ended(run);
+      assert.match(run.lines[0], /^cannot load LumetraRPC: \/nonexistent\/liblumetra_rpc\.so: /, describeRun(run));
+      assert.equal(run.lines[1], 'from-env');
+    },
+  },
 ];
 
 for (const { name, scenario, runs = 1, check } of cases) {

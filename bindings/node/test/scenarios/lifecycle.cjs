@@ -139,6 +139,19 @@ const scenarios = {
     rpc.configure({ sdk: { version: 'v-after' } });
     rpc.call('getSDKVersion').then((result) => console.log(result.data.version));
   },
+
+  // The library option goes before LMRPC_LIBRARY (which the tests set to the real library);
+  // a library that cannot be opened is named in the error, and nothing is left half-open.
+  'library-option'() {
+    try {
+      rpc.configure({}, { library: '/nonexistent/liblumetra_rpc.so' });
+      console.log('accepted');
+    } catch (error) {
+      console.log(error.message);
+    }
+    rpc.configure({ sdk: { version: 'from-env' } });
+    rpc.call('getSDKVersion').then((result) => console.log(result.data.version));
+  },
 };
 
 const scenario = scenarios[process.argv[2]];
