@@ -38,6 +38,8 @@ struct Host {
   napi_ref emit = nullptr;
   std::unordered_set<Pending*> pending;
   bool attached = false;  // pumping, and delivering to JS
+  int pumping = 0;        // nesting depth of our pump on the JS thread
+  bool sweep_after_pump = false;
 };
 
 Host* host = nullptr;
@@ -57,9 +59,19 @@ void wake(void* context) noexcept {
   }
 }
 
+void sweep_unanswered();
+
 void pump(napi_env env, napi_value, void*, void*) noexcept {
   if (env == nullptr || host == nullptr || !host->attached) return;
+  ++host->pumping;
   host->lib->main_run_until_idle();
+  --host->pumping;
+  if (host->pumping == 0 && host->sweep_after_pump) {
+    napi_handle_scope scope = nullptr;
+    napi_open_handle_scope(env, &scope);
+    sweep_unanswered();
+    napi_close_handle_scope(env, scope);
+  }
 }
 
 void keep_loop_alive(bool alive) {
@@ -234,6 +246,16 @@ Napi::Value Execute(const Napi::CallbackInfo& info) {
   return Napi::Value(env, promise);
 }
 
+// After shutdown no callback runs again: what is still pending will never be answered.
+void sweep_unanswered() {
+  host->sweep_after_pump = false;
+  while (!host->pending.empty()) {
+    Pending* request = *host->pending.begin();
+    host->pending.erase(host->pending.begin());
+    settle(request, make_error(host->env, "LMRPC_STOPPED", "LumetraRPC shut down before answering"), false);
+  }
+}
+
 // shutdown(libraryPath, timeoutMs): the library's result code. Completions still owed are
 // delivered inside it; whatever it could not answer is rejected, so every promise settles.
 Napi::Value Shutdown(const Napi::CallbackInfo& info) {
@@ -244,10 +266,12 @@ Napi::Value Shutdown(const Napi::CallbackInfo& info) {
     throw Napi::Error::New(env, "LumetraRPC is driven by another JS thread of this process");
   int result = host->lib->shutdown(timeout);
   detach();
-  while (!host->pending.empty()) {
-    Pending* request = *host->pending.begin();
-    host->pending.erase(host->pending.begin());
-    settle(request, make_error(env, "LMRPC_STOPPED", "LumetraRPC shut down before answering"), false);
+  // Called from a callback inside our pump, the library may still deliver answers of the
+  // jobs that pump run has taken; those must settle as answered, so wait for it to return.
+  if (host->pumping > 0) {
+    host->sweep_after_pump = true;
+  } else {
+    sweep_unanswered();
   }
   return Napi::Number::New(env, result);
 }

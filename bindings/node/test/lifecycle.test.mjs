@@ -97,7 +97,14 @@ const cases = [
     runs: 3,
     check(run) {
       ended(run);
-      assert.deepEqual(run.lines, ['{"finished":"boolean","outstanding":0}', '[]'], describeRun(run));
+      assert.deepEqual(
+        run.lines,
+        [
+          '{"finished":"boolean"}',
+          '{"outstanding":0,"notCutOff":[],"others":["answered","answered"]}',
+        ],
+        describeRun(run),
+      );
     },
   },
   {
