@@ -101,7 +101,8 @@ async function call(method, params) {
 
 /**
  * Ends the library for good, waiting up to `timeoutMs` for requests in flight; every
- * outstanding promise settles before it returns. True when everything finished in time.
+ * outstanding promise settles before it returns (called from an event listener: once that
+ * delivery is over). True when everything finished in time.
  */
 function shutdown(timeoutMs = 5000) {
   if (!Number.isInteger(timeoutMs) || timeoutMs < 0 || timeoutMs > MAX_TIMEOUT_MS) {
