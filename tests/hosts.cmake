@@ -21,6 +21,7 @@ endforeach()
 lmrpc_host_test(c_shutdown_unused 1 $<TARGET_FILE:lifecycle_host> shutdown-unused)
 lmrpc_host_test(c_refuse_lengths 1 $<TARGET_FILE:lifecycle_host> refuse-lengths)
 lmrpc_host_test(c_events 1 $<TARGET_FILE:lifecycle_host> events)
+lmrpc_host_test(c_shutdown_in_event 3 $<TARGET_FILE:lifecycle_host> shutdown-in-event)
 lmrpc_host_test(c_fork 3 $<TARGET_FILE:lifecycle_host> fork)
 # A forked child has none of its parent's threads, so what only they referenced looks
 # leaked to LeakSanitizer when the child exits; that is fork's nature, not a leak.

@@ -72,22 +72,30 @@ void MainQueue::close() noexcept {
 
 // Not noexcept: a host may end the thread from inside a job (see callForeign).
 void MainQueue::runTurn() {
-  std::vector<Job> turn;
+  // Started inside a job of another turn: that turn's remaining jobs come first.
+  finishTurn();
   {
     std::lock_guard lock(mutex_);
-    turn.swap(spare_);
-    turn.swap(pending_);
+    // The emptied vector keeps its capacity and goes back to the posting side: growing a
+    // fresh one on a pool thread each turn and freeing it here would make glibc pass
+    // memory between threads.
+    turn_.clear();
+    next_ = 0;
+    turn_.swap(pending_);
     scheduled_ = false;
   }
-  for (auto& job : turn) {
-    if (closed()) break;
+  finishTurn();
+}
+
+std::size_t MainQueue::finishTurn() {
+  std::size_t ran = 0;
+  while (next_ < turn_.size() && !closed()) {
+    // Taken out before it runs: a nested turn must neither run it again nor free it.
+    auto job = std::move(turn_[next_++]);
     callForeign(job);
+    ++ran;
   }
-  // The emptied vector keeps its capacity for a later turn: growing a fresh one on a pool
-  // thread each turn and freeing it here would make glibc pass memory between threads.
-  turn.clear();
-  std::lock_guard lock(mutex_);
-  if (spare_.capacity() < turn.capacity()) spare_.swap(turn);
+  return ran;
 }
 
 }  // namespace lumetra_rpc

@@ -35,6 +35,12 @@ class MainQueue {
   void close() noexcept;
   bool closed() const noexcept { return closed_.load(std::memory_order_acquire); }
 
+  // Runs, in order, the jobs that the turn in progress has not reached yet; returns how
+  // many ran. For a job that runs the main executor itself (a callback that shuts the
+  // library down): the rest of its own turn must not wait behind it, or be dropped when
+  // the queue closes under it. Only on the thread running the main executor.
+  std::size_t finishTurn();
+
  private:
   void runTurn();
 
@@ -42,7 +48,10 @@ class MainQueue {
   Wakeup onIdleToWork_;
   std::mutex mutex_;
   std::vector<Job> pending_;
-  std::vector<Job> spare_;
+  // The turn being run and the next of its jobs to run; only the main executor's thread
+  // touches them.
+  std::vector<Job> turn_;
+  std::size_t next_ = 0;
   bool scheduled_ = false;
   std::atomic<bool> closed_{false};
 };

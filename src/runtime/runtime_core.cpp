@@ -160,8 +160,10 @@ std::size_t RuntimeCore::helpMainRun() {
     std::this_thread::sleep_for(kHelpSlice);
     return 0;
   }
-  // Nested inside a job this thread is already running: the executor allows it.
-  if (isOnMain() || pumpOwner_.load() == self) return main_.poll();
+  // Nested inside a job this thread is already running: the executor allows it, and the
+  // rest of that job's turn is delivered first.
+  if (isOnMain()) return queue_.finishTurn() + main_.poll();
+  if (pumpOwner_.load() == self) return main_.poll();
   std::thread::id none{};
   if (!pumpOwner_.compare_exchange_strong(none, self)) {
     std::this_thread::sleep_for(kHelpSlice);

@@ -273,6 +273,36 @@ static int events(void) {
   return lmrpc_shutdown(1000) == LMRPC_OK ? 0 : 1;
 }
 
+static void shutdown_on_event(void *context, char *text, size_t length) {
+  on_event(context, text, length);
+  atomic_store(&answered_before_return, atomic_load(&answered[2]));
+  atomic_store(&inner_result, lmrpc_shutdown(1000));
+}
+
+/* An event handler shuts the library down while a completion waits behind the event in
+ * the same turn of the main executor: that completion is still delivered, before the
+ * shutdown returns, and nothing times out. */
+static int shutdown_in_event(void) {
+  configure(
+      "{\"mainExecutor\":\"host\",\"sdk\":{\"conversion\":{\"data\":{\"campaign\":\"spring\"},\"delayMs\":"
+      "100}}}");
+  lmrpc_set_event_handler(shutdown_on_event, NULL);
+  send("{\"id\":1,\"method\":\"registerConversionListener\"}", 0);
+  send("{\"id\":2,\"method\":\"start\"}", 1);
+  wait_for_calls(2, 1);
+  /* Not pumping now: the event arrives, then an answer behind it, and both wait for one turn. */
+  sleep_ms(300);
+  send("{\"id\":3,\"method\":\"getSDKVersion\"}", 2);
+  sleep_ms(100);
+  lmrpc_main_run_until_idle();
+  if (atomic_load(&answered_before_return) != 0) fail("the event did not come first in the turn");
+  if (atomic_load(&inner_result) != LMRPC_OK) fail("the shutdown inside the event handler timed out");
+  if (atomic_load(&answered[2]) != 1 || !strstr(last_text[2], "\"success\":true"))
+    fail("the answer behind the event was lost");
+  printf("ok: shut down from an event handler with an answer behind it in the same turn\n");
+  return 0;
+}
+
 /* A child made by fork() has none of the library's threads: it must be refused cleanly
  * and exit without touching them, while the parent carries on. */
 static int fork_child(void) {
@@ -307,6 +337,7 @@ int main(int argc, char **argv) {
   if (strcmp(scenario, "pump-rules") == 0) return pump_rules(host);
   if (strcmp(scenario, "refuse-lengths") == 0) return refuse_lengths();
   if (strcmp(scenario, "events") == 0) return events();
+  if (strcmp(scenario, "shutdown-in-event") == 0) return shutdown_in_event();
   if (strcmp(scenario, "fork") == 0) return fork_child();
   printf("unknown scenario \"%s\"\n", scenario);
   return 2;

@@ -127,8 +127,8 @@ const scenarios = {
       const finished = rpc.shutdown(100);
       console.log(JSON.stringify({ finished: typeof finished }));
     });
-    // start is still in flight when its event shuts the library down. Now and then the
-    // library never answers it then; the kit must still settle it (LMRPC_STOPPED).
+    // start may still wait for its turn on the main executor when its event shuts the
+    // library down: it must be answered all the same, before shutdown returns.
     const registered = request('registerConversionListener');
     const answered = [registered, registered.then(() => request('start'))].map((p) =>
       p.then(() => 'answered', (error) => `rejected ${error.code}`));
