@@ -15,14 +15,11 @@ AdversarialSDK::AdversarialSDK(std::function<Answer(std::string_view)> pick, Any
                                std::chrono::milliseconds late)
     : pick_(std::move(pick)), data_(std::move(data)), late_(late), foreign_([this] { io_.run(); }) {}
 
+// The foreign thread runs until the late answers are delivered. Owners hold the last
+// reference themselves, so this never runs on that thread.
 AdversarialSDK::~AdversarialSDK() {
   work_.reset();
-  // An answer that dropped the last owner would otherwise join its own thread.
-  if (foreign_.get_id() == std::this_thread::get_id()) {
-    foreign_.detach();
-  } else {
-    foreign_.join();
-  }
+  foreign_.join();
 }
 
 void AdversarialSDK::answer(std::string_view operation, std::function<void()> ok,

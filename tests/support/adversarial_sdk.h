@@ -26,7 +26,7 @@ class AdversarialSDK : public LumetraSDKAdapter {
   // come `late` after the call, from the foreign thread.
   AdversarialSDK(std::function<Answer(std::string_view)> pick, AnyKeyMap data,
                  std::chrono::milliseconds late = std::chrono::milliseconds(80));
-  ~AdversarialSDK() override;  // waits for the late answers still on their way
+  ~AdversarialSDK() override;  // waits for the late answers still on their way; not on their thread
 
   // Answers still to come from the foreign thread.
   std::size_t pending() const { return pending_; }
