@@ -13,13 +13,13 @@ const SDKError kRefused{"LM", 7, "refused"};
 
 AdversarialSDK::AdversarialSDK(std::function<Answer(std::string_view)> pick, AnyKeyMap data,
                                std::chrono::milliseconds late)
-    : pick_(std::move(pick)), data_(std::move(data)), late_(late), foreign_([this] { io_.run(); }) {}
+    : pick_(std::move(pick)), data_(std::move(data)), late_(late) {}
 
 // The foreign thread runs until the late answers are delivered. Owners hold the last
 // reference themselves, so this never runs on that thread.
 AdversarialSDK::~AdversarialSDK() {
   work_.reset();
-  foreign_.join();
+  if (foreign_.joinable()) foreign_.join();
 }
 
 void AdversarialSDK::answer(std::string_view operation, std::function<void()> ok,
@@ -43,6 +43,8 @@ void AdversarialSDK::answer(std::string_view operation, std::function<void()> ok
 
 void AdversarialSDK::later(std::function<void()> fire, std::chrono::milliseconds delay) {
   ++pending_;
+  // Started on first use: most fuzz inputs never need it, and each input makes an SDK.
+  std::call_once(foreignStarted_, [this] { foreign_ = std::thread([this] { io_.run(); }); });
   boost::asio::post(io_, [this, fire = std::move(fire), delay]() mutable {
     auto timer = std::make_shared<boost::asio::steady_timer>(io_, delay);
     timer->async_wait([this, timer, fire = std::move(fire)](boost::system::error_code) {

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <mutex>
 #include <string_view>
 #include <thread>
 
@@ -61,6 +62,7 @@ class AdversarialSDK : public LumetraSDKAdapter {
   std::atomic<std::size_t> pending_{0};
   boost::asio::io_context io_;
   boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work_{io_.get_executor()};
+  std::once_flag foreignStarted_;
   std::thread foreign_;
 };
 
