@@ -32,10 +32,13 @@ TEST(RunOnMain, RunsOnMainAndResumesOnTheCallersExecutor) {
   auto report = std::make_shared<HopReport>();
   auto strand = asio::make_strand(runningCore().pool());
   auto hop = [report, strand]() -> asio::awaitable<void> {
-    co_await runOnMain([report] {
+    // Named, not a temporary of the co_await expression: gcc 12 destroys such temporaries
+    // twice.
+    auto job = [report] {
       report->jobOnMain = Runtime::isOnMain();
       throw std::runtime_error("job failed");
-    });
+    };
+    co_await runOnMain(std::move(job));
     report->resumedOnMain = Runtime::isOnMain();
     report->resumedOnCallerStrand = strand.running_in_this_thread();
   };
