@@ -12,26 +12,20 @@
 #include <boost/asio/io_context.hpp>
 
 #include "lumetra_rpc/client.h"
-#include "support/fake_sdk.h"
-#include "wire/json_reader.h"
+#include "support/adversarial_sdk.h"
+#include "support/pump.h"
 
 namespace lumetra_rpc::fuzzing {
 namespace {
 
-using testing::FakeSDK;
-using testing::Reply;
-using testing::ScriptedAnswer;
+using testing::AdversarialSDK;
+using testing::Answer;
 
 // Short enough that an SDK which never answers costs a run about a millisecond; distinct
-// so that every operation's timeout message is written with its own number.
+// so that every operation's timeout message is written with its own number. Late answers
+// come after the longest of them.
 constexpr TimeoutConfig kTimeouts{0.001, 0.0015, 0.002, 0.001, 0.0005};
-
-constexpr const char* kAnsweringOperations[] = {"start",
-                                                "logEventWithCompletion",
-                                                "validateAndLogInAppPurchase",
-                                                "validateAndLogInAppPurchaseV2",
-                                                "logAndOpenStore",
-                                                "generateInviteUrl"};
+constexpr auto kLate = std::chrono::milliseconds(3);
 
 std::uint64_t fnv1a(std::string_view text) {
   std::uint64_t hash = 14695981039346656037ull;
@@ -39,33 +33,18 @@ std::uint64_t fnv1a(std::string_view text) {
   return hash;
 }
 
-ScriptedAnswer answerFor(std::uint64_t draw) {
-  switch (draw % 8) {
+// What successful answers carry: nothing, a key the response writer must drop, or values
+// it has to refuse or convert.
+AnyKeyMap dataFor(std::uint64_t draw) {
+  switch (draw % 3) {
     case 0:
-      return ScriptedAnswer(Reply::kAtOnce);
+      return {};
     case 1:
-      return ScriptedAnswer(Reply::kAtOnce, AnyKeyMap{{"status", "ok"}, {7, "numeric key"}});
-    case 2:  // values the response writer has to refuse or convert
-      return ScriptedAnswer(Reply::kAtOnce, AnyKeyMap{{"nan", std::nan("")},
-                                                      {"when", DateValue{1.5}},
-                                                      {"session", OpaqueValue{"URLSession", nullptr}}});
-    case 3:
-      return ScriptedAnswer(Reply::kAtOnce, std::nullopt, SDKError{"LM", 42, "refused"}, std::nullopt);
-    case 4:
-      return ScriptedAnswer(Reply::kNever);
-    case 5:
-      return ScriptedAnswer(Reply::kTwice);
-    case 6:
-      return ScriptedAnswer(Reply::kLate);
+      return {{"status", "ok"}, {7, "numeric key"}};
     default:
-      return ScriptedAnswer(Reply::kFromOtherThread);
+      return {
+          {"nan", std::nan("")}, {"when", DateValue{1.5}}, {"session", OpaqueValue{"URLSession", nullptr}}};
   }
-}
-
-void script(FakeSDK& sdk, std::uint64_t draw) {
-  for (const char* operation : kAnsweringOperations) sdk.script(operation, answerFor(draw));
-  sdk.scriptPurchaseDetailsYieldNone((draw >> 8) & 1);
-  sdk.scriptContinueUserActivity((draw >> 9) & 1);
 }
 
 // Drives `execute` from a caller executor of its own, which run() leaves only once the
@@ -85,16 +64,6 @@ std::string respond(LMRPCClient& client, std::string_view text) {
   return response;
 }
 
-bool wellFormed(const std::string& response) {
-  auto value = readJSON(response);
-  if (!value) return false;
-  const auto* members = value->getIf<JSONObject>();
-  if (members == nullptr || members->size() != 3) return false;
-  for (const char* name : {"error", "id", "result"})
-    if (!members->contains(name)) return false;
-  return members->at("error").isNull() != members->at("result").isNull();
-}
-
 // Once answered, nothing may keep the client: a cycle or a forgotten task would hold it.
 void awaitRelease(const std::weak_ptr<LMRPCClient>& client) {
   auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
@@ -108,15 +77,18 @@ void awaitRelease(const std::weak_ptr<LMRPCClient>& client) {
 
 void checkOneRequest(std::string_view text) {
   auto draw = fnv1a(text);
-  auto sdk = std::make_shared<FakeSDK>();
-  script(*sdk, draw);
+  // Every operation answers the same way within one input, so that a finding replays.
+  auto answer = static_cast<Answer>((draw >> 8) % 6);
+  auto sdk =
+      std::make_shared<AdversarialSDK>([answer](std::string_view) { return answer; }, dataFor(draw), kLate);
   auto client = LMRPCClient::create([](std::string) {}, kTimeouts, sdk);
   std::weak_ptr<LMRPCClient> weakClient = client;
-  if (!wellFormed(respond(*client, text))) __builtin_trap();
+  if (!testing::responseMembers(respond(*client, text))) __builtin_trap();
   client.reset();
   awaitRelease(weakClient);
-  // Late answers arrive after the race is over and must be dropped quietly.
-  for (const char* operation : kAnsweringOperations) sdk->fireHeld(operation);
+  // Late answers arrive after the race is over and must be dropped quietly; releasing the
+  // SDK waits for them.
+  sdk.reset();
 }
 
 }  // namespace lumetra_rpc::fuzzing

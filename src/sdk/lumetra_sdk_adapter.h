@@ -4,7 +4,8 @@
 // the SDK's callbacks into completions. It keeps no settings of its own; the SDK does.
 // Created once per request handler and shared by every handler; any thread may call it
 // (the three URL-opening calls are put on the main executor by their caller). Callbacks
-// arrive on whatever thread the SDK chooses.
+// arrive on whatever thread the SDK chooses. Not final: the tests' adversarial SDK derives
+// from it to change only how the awaited operations answer.
 
 #include <memory>
 
@@ -13,7 +14,7 @@
 
 namespace lumetra_rpc {
 
-class LumetraSDKAdapter final : public LMRPCSDKCapabilities {
+class LumetraSDKAdapter : public LMRPCSDKCapabilities {
  public:
   LumetraSDKAdapter();
 

@@ -10,11 +10,11 @@
 
 #include "lumetra_rpc/client.h"
 #include "parsing/method_table.h"
-#include "support/fake_sdk.h"
+#include "sdk/lumetra_sdk_adapter.h"
 #include "support/methods_doc.h"
+#include "support/parsing_cases.h"
 #include "support/pump.h"
 #include "wire/json_reader.h"
-#include "wire/json_writer.h"
 
 namespace lumetra_rpc {
 namespace {
@@ -33,24 +33,13 @@ struct MethodCases {
 };
 
 std::map<std::string, MethodCases> loadParsingCases() {
-  auto items = readJSON(testing::readTextFile(LMRPC_TEST_DATA_DIR "/parsing_cases.json"));
   std::map<std::string, MethodCases> cases;
-  if (!items || items->getIf<JSONArray>() == nullptr) {
-    ADD_FAILURE() << "parsing_cases.json unreadable";
-    return cases;
-  }
-  for (const AnyCodable& item : *items->getIf<JSONArray>()) {
-    const auto& fields = *item.getIf<JSONObject>();
-    const AnyCodable& request = fields.at("request");
-    const auto* raw = request.getIf<std::string>();
-    auto decoded = readRequest(raw != nullptr ? *raw : writeJSON(request).value());
-    if (!decoded) continue;
-    MethodCases& method = cases[decoded->method];
-    if (fields.contains("error")) {
-      const auto& error = *fields.at("error").getIf<JSONObject>();
-      method.errorMessages.insert(*error.at("message").getIf<std::string>());
+  for (const auto& c : testing::loadParsingCases()) {
+    MethodCases& method = cases[c.request.method];
+    if (c.error) {
+      method.errorMessages.insert(*c.error->getIf<JSONObject>()->at("message").getIf<std::string>());
     } else {
-      for (const auto& [name, value] : decoded->params) method.validParameters.insert(name);
+      for (const auto& [name, value] : c.request.params) method.validParameters.insert(name);
     }
   }
   return cases;
@@ -81,7 +70,7 @@ TEST(MethodsDoc, SectionsMatchTheMethodTableAndTheParsingCases) {
 
 TEST(MethodsDoc, EveryListedMessageIsTheAnswerToItsExample) {
   auto client =
-      LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<testing::FakeSDK>());
+      LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<LumetraSDKAdapter>());
   for (const auto& [method, section] : loadSections()) {
     for (const MessageLine& line : section.messages) {
       if (!line.params) {

@@ -15,8 +15,10 @@
 #include "lumetra_rpc/client.h"
 #include "openrpc.h"
 #include "parsing/method_table.h"
-#include "support/fake_sdk.h"
+#include "sdk/lumetra_sdk_adapter.h"
+#include "sdk/simulator/simulator.h"
 #include "support/methods_doc.h"
+#include "support/parsing_cases.h"
 #include "support/pump.h"
 #include "wire/json_reader.h"
 #include "wire/json_writer.h"
@@ -75,21 +77,11 @@ struct ParsingCases {
 
 ParsingCases loadParsingCases() {
   ParsingCases cases;
-  auto items = readJSON(testing::readTextFile(LMRPC_TEST_DATA_DIR "/parsing_cases.json"));
-  if (!items || items->getIf<JSONArray>() == nullptr) {
-    ADD_FAILURE() << "parsing_cases.json unreadable";
-    return cases;
-  }
-  for (const AnyCodable& item : elements(*items)) {
-    const JSONObject& fields = members(item);
-    const AnyCodable& request = fields.at("request");
-    const auto* raw = request.getIf<std::string>();
-    auto decoded = readRequest(raw != nullptr ? *raw : writeJSON(request).value());
-    if (!decoded) continue;
-    if (!fields.contains("error")) {
-      cases.firstValidParams.try_emplace(decoded->method, decoded->params);
-    } else if (members(fields.at("error")).at("code") == AnyCodable(422)) {
-      cases.refusedWith422.insert(decoded->method);
+  for (const auto& c : testing::loadParsingCases()) {
+    if (!c.error) {
+      cases.firstValidParams.try_emplace(c.request.method, c.request.params);
+    } else if (members(*c.error).at("code") == AnyCodable(422)) {
+      cases.refusedWith422.insert(c.request.method);
     }
   }
   return cases;
@@ -172,13 +164,16 @@ TEST(OpenRPCDocument, AllowedValuesAreTheParsersOwn) {
 // same calls and arguments and get the same response.
 TEST(OpenRPCDocument, DefaultsAreWhatAbsenceMeans) {
   ParsingCases cases = loadParsingCases();
-  auto run = [](const std::string& method, const JSONObject& params) {
-    auto sdk = std::make_shared<testing::FakeSDK>();
-    auto client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, sdk);
+  // Each run journals the simulated SDK's calls to a file of its own.
+  int runs = 0;
+  auto run = [&runs](const std::string& method, const JSONObject& params) {
+    auto journal = ::testing::TempDir() + "openrpc_defaults_" + std::to_string(++runs) + ".jsonl";
+    EXPECT_TRUE(simulator::configureSimulator(simulator::defaultSimulatorConfig(), journal).hasValue());
+    auto client =
+        LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<LumetraSDKAdapter>());
     JSONObject request{{"id", 1}, {"method", method}, {"params", params}};
     std::string response = testing::execute(*client, writeJSON(AnyCodable(request)).value());
-    for (const testing::SDKCall& call : sdk->calls()) response += "\n" + call.name + call.argsText();
-    return response;
+    return response + "\n" + testing::readTextFile(journal);
   };
   int compared = 0;
   for (const auto& [name, method] : documentedMethods()) {

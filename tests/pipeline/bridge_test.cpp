@@ -34,23 +34,7 @@ void executeAndWait(LumetraRPCBridge& bridge, std::string request) {
   ASSERT_TRUE(testing::pumpUntil([&] { return done.load(); }));
 }
 
-TEST(Bridge, CompletionsRunOnTheMainExecutorExactlyOnce) {
-  auto bridge = LumetraRPCBridge::create();
-  auto received = std::make_shared<Received>();
-  std::vector<std::thread> callers;
-  for (int i = 0; i < 4; ++i) {
-    callers.emplace_back([&bridge, received, i] {
-      for (int j = 0; j < 25; ++j)
-        bridge->executeJson(R"({"id":)" + std::to_string(i * 100 + j) + R"(,"method":"getSDKVersion"})",
-                            [received](std::string text) { received->add(std::move(text)); });
-    });
-  }
-  for (auto& caller : callers) caller.join();
-  ASSERT_TRUE(testing::pumpUntil([&] { return received->size() == 100; }));
-  testing::pumpFor(std::chrono::milliseconds(20));
-  EXPECT_EQ(received->size(), 100u);
-  EXPECT_EQ(received->offMain.load(), 0);
-}
+// Exactly one completion per request, on the main executor, from many threads: Stress.*.
 
 TEST(Bridge, WithoutAClientAnswersSynchronouslyOnTheCallersThread) {
   auto bridge = LumetraRPCBridge::create(nullptr);

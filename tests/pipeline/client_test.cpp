@@ -12,19 +12,12 @@
 #include "lumetra_rpc/runtime.h"
 #include "pipeline/client_internals.h"
 #include "runtime/runtime_core.h"
-#include "support/fake_sdk.h"
+#include "sdk/lumetra_sdk_adapter.h"
+#include "support/adversarial_sdk.h"
 #include "support/pump.h"
 
 namespace lumetra_rpc {
 namespace {
-
-using testing::FakeSDK;
-
-struct ClientFixture : ::testing::Test {
-  std::shared_ptr<FakeSDK> sdk = std::make_shared<FakeSDK>();
-  std::shared_ptr<LMRPCClient> client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, sdk);
-  std::string run(std::string text) { return testing::execute(*client, std::move(text)); }
-};
 
 // A well-formed request padded with an ignored member to exactly `bytes` bytes.
 std::string paddedRequest(std::size_t bytes) {
@@ -33,7 +26,10 @@ std::string paddedRequest(std::size_t bytes) {
   return head + std::string(bytes - head.size() - tail.size(), 'x') + tail;
 }
 
-TEST_F(ClientFixture, CapsTheRequestSizeInUTF8BytesBeforeParsing) {
+TEST(Client, CapsTheRequestSizeInUTF8BytesBeforeParsing) {
+  auto client =
+      LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<LumetraSDKAdapter>());
+  auto run = [&](std::string text) { return testing::execute(*client, std::move(text)); };
   const std::string tooLarge =
       R"({"error":{"code":400,"message":"Request payload too large"},"id":null,"result":null})";
   EXPECT_EQ(run(paddedRequest(1'048'576)), tooLarge);
@@ -44,60 +40,16 @@ TEST_F(ClientFixture, CapsTheRequestSizeInUTF8BytesBeforeParsing) {
   EXPECT_EQ(run(twoByte), tooLarge);
 }
 
-TEST_F(ClientFixture, EnvelopeFailuresAnswer400WithNullId) {
-  for (const char* text :
-       {"", "[]", R"({"id":3,"method":1})", R"({"id":3,"method":"init","params":[]})",
-        "{\"id\":3,\"method\":\"init\"", R"({"id":3,"method":"init","params":{"a":1e400}})"}) {
-    auto response = run(text);
-    EXPECT_EQ(response.rfind(R"({"error":{"code":400,"message":"Invalid JSON-RPC request structure: )", 0),
-              0u)
-        << text << " -> " << response;
-    EXPECT_NE(response.find(R"("id":null,"result":null})"), std::string::npos) << response;
-  }
-}
+// How envelopes are refused, ids echoed and params read: the command-line session envelopes.
 
-TEST_F(ClientFixture, EchoesTheIdOfEveryKind) {
-  const std::pair<const char*, const char*> cases[] = {
-      {R"("abc")", R"("abc")"},
-      {"7", "7"},
-      {"1.0", "1"},
-      {"true", "true"},
-      {"[1,\"a\"]", "[1,\"a\"]"},
-      {R"({"z":1,"a":2})", R"({"a":2,"z":1})"},
-      {"null", "null"},
-  };
-  for (auto [id, echoed] : cases) {
-    auto response = run(std::string(R"({"id":)") + id + R"(,"method":"nope"})");
-    EXPECT_EQ(response, std::string(R"({"error":{"code":404,"message":"Method not found: nope"},"id":)") +
-                            echoed + R"(,"result":null})");
-  }
-  EXPECT_EQ(run(R"({"method":"nope","params":{"x":[}})").find("\"code\":400"), 10u);
-}
-
-TEST_F(ClientFixture, ParamsAbsentNullOrEmptyBehaveAlikeAndExtraMembersAreIgnored) {
-  const std::string expected = run(R"({"id":1,"method":"getSDKVersion"})");
-  EXPECT_EQ(run(R"({"id":1,"method":"getSDKVersion","params":null})"), expected);
-  EXPECT_EQ(run(R"({"id":1,"method":"getSDKVersion","params":{}})"), expected);
-  EXPECT_EQ(run(R"({"jsonrpc":"2.0","id":1,"method":"getSDKVersion","extra":[1,2]})"), expected);
-  EXPECT_EQ(expected.rfind(R"({"error":null,"id":1,"result":{)", 0), 0u) << expected;
-}
-
-TEST_F(ClientFixture, AResultThatCannotBeWrittenBecomes500KeepingTheId) {
-  testing::ScriptedAnswer answer;
-  answer.dictionary = AnyKeyMap{{AnyCodable("widget"), AnyCodable(OpaqueValue{"LMWidget", nullptr})}};
-  sdk->script("start", answer);
+TEST(Client, AResultThatCannotBeWrittenBecomes500KeepingTheId) {
+  auto sdk = std::make_shared<testing::AdversarialSDK>(
+      [](std::string_view) { return testing::Answer::kData; },
+      AnyKeyMap{{AnyCodable("widget"), AnyCodable(OpaqueValue{"LMWidget", nullptr})}});
+  auto client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, sdk);
   EXPECT_EQ(
-      run(R"({"id":"s","method":"start"})"),
+      testing::execute(*client, R"({"id":"s","method":"start"})"),
       R"({"error":{"code":500,"message":"Failed to encode response: Unsupported type: LMWidget"},"id":"s","result":null})");
-}
-
-TEST_F(ClientFixture, ASDKFailureIsAResultNotAnError) {
-  testing::ScriptedAnswer answer;
-  answer.error = SDKError{"LM", 7, "boom"};
-  sdk->script("start", answer);
-  EXPECT_EQ(
-      run(R"({"id":1,"method":"start"})"),
-      R"({"error":null,"id":1,"result":{"error":"boom","errorCode":7,"errorType":"sdk_error","message":"start completed with error","success":false}})");
 }
 
 // Awaits `execute` in a coroutine running on `executor`, pumping the main executor.
@@ -125,14 +77,14 @@ std::string awaitExecute(LMRPCClient& client, std::string text, boost::asio::any
 // to the pool; either way, and whether its case answers at once, waits on the SDK or times
 // out, the answer is the completion form's.
 TEST(Client, AwaitedExecuteAnswersAsTheCompletionFormFromAnyExecutor) {
-  auto sdk = std::make_shared<FakeSDK>();
+  auto sdk = std::make_shared<testing::AdversarialSDK>(
+      [](std::string_view operation) {
+        return operation == "logEvent" ? testing::Answer::kNever : testing::Answer::kData;
+      },
+      AnyKeyMap{});
   TimeoutConfig timeouts;
   timeouts.logEvent = 0.05;
   auto client = LMRPCClient::create([](std::string) {}, timeouts, sdk);
-  testing::ScriptedAnswer never;
-  never.reply = testing::Reply::kNever;
-  sdk->script("logEventWithCompletion", never);
-  sdk->scriptIdentity("uid-1", "9.9.9");
   const char* requests[] = {
       "{",
       R"({"id":1,"method":"getSDKVersion"})",
@@ -151,7 +103,7 @@ TEST(Client, AwaitedExecuteAnswersAsTheCompletionFormFromAnyExecutor) {
 }
 
 TEST(Client, ReleasingTheClientReleasesEverything) {
-  auto sdk = std::make_shared<FakeSDK>();
+  auto sdk = std::make_shared<LumetraSDKAdapter>();
   auto client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, sdk);
   testing::execute(*client, R"({"method":"registerConversionListener"})");
   testing::execute(*client, R"({"method":"registerDeeplinkListener"})");

@@ -6,13 +6,11 @@
 #include "lumetra_rpc/client.h"
 #include "pipeline/client_internals.h"
 #include "pipeline/request_handler.h"
-#include "support/fake_sdk.h"
+#include "sdk/lumetra_sdk_adapter.h"
 #include "support/pump.h"
 
 namespace lumetra_rpc {
 namespace {
-
-using testing::FakeSDK;
 
 // Collects event texts, with their timestamps cut out so they compare exactly.
 struct EventLog {
@@ -31,7 +29,7 @@ struct EventLog {
 };
 
 struct EventsFixture : ::testing::Test {
-  std::shared_ptr<FakeSDK> sdk = std::make_shared<FakeSDK>();
+  std::shared_ptr<LumetraSDKAdapter> sdk = std::make_shared<LumetraSDKAdapter>();
   std::shared_ptr<EventLog> log = std::make_shared<EventLog>();
   std::shared_ptr<LMRPCClient> client =
       LMRPCClient::create([log = log](std::string text) { log->add(std::move(text)); }, TimeoutConfig{}, sdk);
@@ -43,26 +41,8 @@ struct EventsFixture : ::testing::Test {
   void settle() { testing::pumpFor(std::chrono::milliseconds(30)); }
 };
 
-TEST_F(EventsFixture, EventsFlowOnlyAfterTheirListenerIsRegistered) {
-  delegate().onConversionDataSuccess({{AnyCodable("a"), AnyCodable(1)}});
-  delegate().didResolveDeepLink({});
-  settle();
-  EXPECT_EQ(log->size(), 0u);
-
-  registerListener("registerConversionListener");
-  delegate().didResolveDeepLink({});
-  delegate().onConversionDataFail(SDKError{"LM", 42, "no data"});
-  ASSERT_TRUE(testing::pumpUntil([&] { return log->size() == 1; }));
-  settle();
-  ASSERT_EQ(log->texts.size(), 1u);
-  EXPECT_EQ(log->texts[0],
-            R"({"data":{"code":42,"error":"no data"},"event":"onConversionDataFail","origin":"ios"})");
-
-  registerListener("registerDeeplinkListener");
-  delegate().didResolveDeepLink({.status = 2, .deepLink = std::nullopt, .error = std::nullopt});
-  ASSERT_TRUE(testing::pumpUntil([&] { return log->size() == 2; }));
-  EXPECT_EQ(log->texts[1], R"({"data":{"status":2},"event":"onDeepLinkReceived","origin":"ios"})");
-}
+// That events flow only once their listener is registered: the command-line session
+// listeners_gate_events.
 
 TEST_F(EventsFixture, NonStringKeysAreRemovedAtEveryDepth) {
   registerListener("registerConversionListener");
@@ -77,22 +57,18 @@ TEST_F(EventsFixture, NonStringKeysAreRemovedAtEveryDepth) {
       R"({"data":{"list":[{"keep":true}],"nested":{"keep":true}},"event":"onAppOpenAttribution","origin":"ios"})");
 }
 
+// A link without a value: the session listeners_gate_events.
 TEST_F(EventsFixture, DeepLinkDataShapes) {
   registerListener("registerDeeplinkListener");
-  LumetraDeepLinkResult withoutValue{
-      0, LumetraDeepLink{std::nullopt, {{AnyCodable("c"), AnyCodable(1)}}, true}, std::nullopt};
   LumetraDeepLinkResult withError{1, std::nullopt, SDKError{"LM", 3, "not found"}};
   LumetraDeepLinkResult full{0, LumetraDeepLink{"promo", {}, false}, std::nullopt};
-  for (const auto& result : {withoutValue, withError, full}) delegate().didResolveDeepLink(result);
-  ASSERT_TRUE(testing::pumpUntil([&] { return log->size() == 3; }));
+  for (const auto& result : {withError, full}) delegate().didResolveDeepLink(result);
+  ASSERT_TRUE(testing::pumpUntil([&] { return log->size() == 2; }));
   std::sort(log->texts.begin(), log->texts.end());
   EXPECT_EQ(
       log->texts[0],
-      R"({"data":{"clickEvent":{"c":1},"isDeferred":true,"status":0},"event":"onDeepLinkReceived","origin":"ios"})");
-  EXPECT_EQ(
-      log->texts[1],
       R"({"data":{"clickEvent":{},"deepLinkValue":"promo","isDeferred":false,"status":0},"event":"onDeepLinkReceived","origin":"ios"})");
-  EXPECT_EQ(log->texts[2],
+  EXPECT_EQ(log->texts[1],
             R"({"data":{"error":"not found","status":1},"event":"onDeepLinkReceived","origin":"ios"})");
 }
 

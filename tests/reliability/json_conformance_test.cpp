@@ -8,9 +8,8 @@
 #include <sstream>
 
 #include "lumetra_rpc/client.h"
-#include "support/fake_sdk.h"
+#include "sdk/lumetra_sdk_adapter.h"
 #include "support/pump.h"
-#include "wire/json_reader.h"
 
 namespace lumetra_rpc {
 namespace {
@@ -24,36 +23,20 @@ std::string readFile(const fs::path& path) {
   return text.str();
 }
 
-// The response's three members, or a description of what is wrong with it.
-std::string checkEnvelope(const std::string& response, const JSONObject*& members) {
-  static thread_local AnyCodable parsed;
-  auto value = readJSON(response);
-  if (!value) return "not JSON: " + value.error().description;
-  parsed = std::move(value).value();
-  members = parsed.getIf<JSONObject>();
-  if (!members || members->size() != 3 || !members->count("error") || !members->count("id") ||
-      !members->count("result"))
-    return "wrong members";
-  if (members->at("error").isNull() == members->at("result").isNull())
-    return "not exactly one of error and result";
-  return {};
-}
-
 TEST(JSONConformance, EveryCorpusFileGetsExactlyOneWellFormedAnswer) {
   const fs::path corpus = fs::path(LMRPC_SHARED_DIR) / "jsontestsuite" / "test_parsing";
   // The corpus lives beside the repository, not in it; a lone clone has none.
   if (!fs::is_directory(corpus)) GTEST_SKIP() << "no JSON test corpus at " << corpus.string();
   auto client =
-      LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<testing::FakeSDK>());
+      LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<LumetraSDKAdapter>());
   std::size_t files = 0;
   for (const auto& entry : fs::directory_iterator(corpus)) {
     const auto name = entry.path().filename().string();
     if (entry.path().extension() != ".json") continue;
     ++files;
     auto response = testing::execute(*client, readFile(entry.path()));
-    const JSONObject* members = nullptr;
-    auto problem = checkEnvelope(response, members);
-    ASSERT_EQ(problem, "") << name << ": " << response;
+    auto members = testing::responseMembers(response);
+    ASSERT_TRUE(members) << name << ": " << response;
     if (name.rfind("n_", 0) == 0) {
       EXPECT_TRUE(members->at("id").isNull()) << name;
       const auto* error = members->at("error").getIf<JSONObject>();

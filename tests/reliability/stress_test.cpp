@@ -14,30 +14,23 @@
 #include <mutex>
 #include <semaphore>
 #include <set>
-#include <sstream>
 #include <string_view>
 #include <thread>
 #include <vector>
-
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/post.hpp>
-#include <boost/asio/steady_timer.hpp>
 
 #include "lumetra_rpc/bridge.h"
 #include "lumetra_rpc/runtime.h"
 #include "pipeline/client_internals.h"
 #include "pipeline/request_handler.h"
 #include "runtime/runtime_core.h"
-#include "support/fake_sdk.h"
+#include "support/adversarial_sdk.h"
+#include "support/parsing_cases.h"
 #include "support/pump.h"
 #include "wire/json_reader.h"
-#include "wire/json_writer.h"
 
 namespace lumetra_rpc {
 namespace {
 
-namespace asio = boost::asio;
 using namespace std::chrono_literals;
 
 constexpr bool kSanitized = std::string_view(LMRPC_SANITIZE) != "none";
@@ -46,93 +39,6 @@ constexpr int kSenders = 4;
 constexpr std::ptrdiff_t kMaxInFlight = 1'000;
 constexpr TimeoutConfig kTimeouts{0.02, 0.03, 0.05, 0.04, 0.025};
 constexpr auto kLate = 80ms;  // beyond every timeout above
-
-// Answers every supervised operation by a draw; the other operations are the fake's own.
-// Late and foreign answers come from one thread the double owns.
-class AdversarialSDK : public testing::FakeSDK {
- public:
-  AdversarialSDK() : foreign_([this] { io_.run(); }) {}
-  ~AdversarialSDK() override {
-    work_.reset();
-    foreign_.join();
-  }
-  std::size_t pending() const { return pending_; }
-
-  using FakeSDK::logEvent;
-  using FakeSDK::validateAndLogInAppPurchase;
-
-  void start(SDKCompletion c) override { completeOrFail(std::move(c)); }
-  void logEvent(const std::string&, const std::optional<JSONObject>&, SDKCompletion c) override {
-    completeOrFail(std::move(c));
-  }
-  void validateAndLogInAppPurchase(std::shared_ptr<const LMSDKPurchaseDetails>,
-                                   const std::optional<JSONObject>&, SDKCompletion c) override {
-    completeOrFail(std::move(c));
-  }
-  void validateAndLogInAppPurchase(const std::string&, const std::string&, const std::string&,
-                                   const std::string&, const std::optional<JSONObject>&,
-                                   std::function<void(AnyKeyMap)> success,
-                                   std::function<void(SDKError, AnyCodable)> failure) override {
-    auto valid = [success] { success(AnyKeyMap{{"status", "valid"}}); };
-    answer(valid, [failure] { failure(kError, AnyCodable()); });
-  }
-  void logAndOpenStore(const std::string&, const std::optional<std::string>&,
-                       const std::optional<JSONObject>&,
-                       std::function<void(OpaqueValue, URLValue)> openStore) override {
-    auto open = [openStore] {
-      openStore(OpaqueValue{"URLSession", nullptr}, URLValue{"https://store.test/a"});
-    };
-    answer(open, open);
-  }
-  void generateInviteUrl(LinkGeneratorCallback generator,
-                         std::function<void(std::optional<URLValue>)> done) override {
-    if (generator) generator(std::make_shared<testing::RecordingLinkGenerator>());
-    answer([done] { done(URLValue{"https://invite.test/a"}); }, [done] { done(std::nullopt); });
-  }
-
- private:
-  static inline const SDKError kError{"LM", 7, "refused"};
-
-  void completeOrFail(SDKCompletion c) {
-    auto ok = [c] { c(AnyKeyMap{{"status", "ok"}, {1, "numeric key"}}, std::nullopt); };
-    answer(ok, [c] { c(std::nullopt, kError); });
-  }
-
-  void answer(std::function<void()> ok, std::function<void()> failed) {
-    switch (((draws_++ * 0x9E3779B97F4A7C15ull) >> 32) % 6) {
-      case 0:  // never
-        return;
-      case 1:
-        return ok();
-      case 2:
-        ok();
-        return ok();
-      case 3:
-        return failed();
-      case 4:  // at once, from the foreign thread
-        return later(std::move(ok), 0ms);
-      default:
-        return later(std::move(ok), kLate);
-    }
-  }
-
-  void later(std::function<void()> fire, std::chrono::milliseconds delay) {
-    ++pending_;
-    asio::post(io_, [this, fire = std::move(fire), delay]() mutable {
-      auto timer = std::make_shared<asio::steady_timer>(io_, delay);
-      timer->async_wait([this, timer, fire = std::move(fire)](boost::system::error_code) {
-        fire();
-        --pending_;
-      });
-    });
-  }
-
-  std::atomic<std::uint64_t> draws_{0};
-  std::atomic<std::size_t> pending_{0};
-  asio::io_context io_;
-  asio::executor_work_guard<asio::io_context::executor_type> work_{io_.get_executor()};
-  std::thread foreign_;
-};
 
 // A request text without its id: `{"id":N,` + body is the request. Decodable bodies must be
 // answered with their id, the others with a null one.
@@ -146,6 +52,7 @@ struct Mix {
   std::vector<Body> supervised;  // valid requests that reach a raced SDK operation
 };
 
+// Cases written with an id of their own are left out: each request here gets its own.
 Mix loadMix() {
   const std::set<std::string> raced{"start",
                                     "logEvent",
@@ -153,29 +60,19 @@ Mix loadMix() {
                                     "validateAndLogInAppPurchaseV2",
                                     "logAndOpenStore",
                                     "generateInviteUrl"};
-  std::ifstream file(LMRPC_TEST_DATA_DIR "/parsing_cases.json");
-  std::stringstream json;
-  json << file.rdbuf();
-  auto cases = readJSON(json.str());
   Mix mix;
-  if (!cases || cases->getIf<JSONArray>() == nullptr) return mix;
   auto add = [&mix](std::vector<Body>& to, std::string body) {
     bool decodable = readRequest(R"({"id":0,)" + body).hasValue();
     to.push_back({std::move(body), decodable});
   };
-  for (const AnyCodable& item : *cases->getIf<JSONArray>()) {
-    const auto& fields = *item.getIf<JSONObject>();
-    AnyCodable request = fields.at("request");
-    if (auto* object = request.getIf<JSONObject>()) object->erase("id");
-    const auto* raw = request.getIf<std::string>();
-    std::string text = raw ? *raw : writeJSON(request).value();
+  for (const auto& c : testing::loadParsingCases()) {
+    const std::string& text = c.requestText;
     if (text.empty() || text[0] != '{' || text.find("\"id\"") != std::string::npos) continue;
     std::string body = text.substr(1);
     add(mix.all, body);
-    if (!fields.contains("ok")) continue;
+    if (c.error) continue;
     add(mix.all, body.substr(0, body.size() / 2));
-    const auto* object = request.getIf<JSONObject>();
-    if (object && raced.count(*object->at("method").getIf<std::string>())) add(mix.supervised, body);
+    if (raced.count(c.request.method)) add(mix.supervised, body);
   }
   return mix;
 }
@@ -199,13 +96,8 @@ struct Tally {
 
 // What is wrong with the response to request `id`, or nothing.
 std::string checkResponse(const std::string& response, std::size_t id, bool decodable) {
-  auto value = readJSON(response);
-  const auto* members = value ? value->getIf<JSONObject>() : nullptr;
-  if (members == nullptr || members->size() != 3 || !members->contains("error") || !members->contains("id") ||
-      !members->contains("result"))
-    return "malformed";
-  if (members->at("error").isNull() == members->at("result").isNull())
-    return "not exactly one of error and result";
+  auto members = testing::responseMembers(response);
+  if (!members) return "malformed";
   const auto* echoed = members->at("id").getIf<std::int64_t>();
   bool idOk = decodable ? echoed && *echoed == static_cast<std::int64_t>(id) : members->at("id").isNull();
   return idOk ? "" : "wrong id";
@@ -248,13 +140,19 @@ TEST(Stress, EveryRequestGetsOneWellFormedCompletionAndEverythingIsReleased) {
   const std::size_t residentBefore = residentBytes();
 
   auto tally = std::make_shared<Tally>(kRequests);
-  auto sdk = std::make_shared<AdversarialSDK>();
+  // Every supervised operation answers by a draw, spread evenly over the six kinds.
+  auto draws = std::make_shared<std::atomic<std::uint64_t>>(0);
+  auto sdk = std::make_shared<testing::AdversarialSDK>(
+      [draws](std::string_view) {
+        return static_cast<testing::Answer>((((*draws)++ * 0x9E3779B97F4A7C15ull) >> 32) % 6);
+      },
+      AnyKeyMap{{"status", "ok"}, {1, "numeric key"}}, kLate);
   auto client = LMRPCClient::create([](std::string) {}, kTimeouts, sdk);
   auto bridge = LumetraRPCBridge::create(client);
   std::weak_ptr<LMRPCClient> weakClient = client;
   std::weak_ptr<LMRPCRequestHandler> weakHandler = ClientInternals::handler(*client);
   std::weak_ptr<LMRPCHandlerStateActor> weakState = ClientInternals::handler(*client)->stateActor();
-  std::weak_ptr<AdversarialSDK> weakSDK = sdk;
+  std::weak_ptr<testing::AdversarialSDK> weakSDK = sdk;
   client.reset();
 
   std::vector<std::jthread> senders;

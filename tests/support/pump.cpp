@@ -5,6 +5,8 @@
 
 #include <boost/asio/co_spawn.hpp>
 
+#include "wire/json_reader.h"
+
 namespace lumetra_rpc::testing {
 
 bool pumpUntil(const std::function<bool()>& done, std::chrono::milliseconds ceiling) {
@@ -35,6 +37,15 @@ std::string execute(LMRPCClient& client, std::string request) {
   if (!answered) return "<no response>";
   std::lock_guard lock(state->first);
   return *state->second;
+}
+
+std::optional<JSONObject> responseMembers(const std::string& response) {
+  auto value = readJSON(response);
+  const auto* members = value ? value->getIf<JSONObject>() : nullptr;
+  if (members == nullptr || members->size() != 3 || !members->contains("error") || !members->contains("id") ||
+      !members->contains("result") || members->at("error").isNull() == members->at("result").isNull())
+    return std::nullopt;
+  return *members;
 }
 
 }  // namespace lumetra_rpc::testing

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "lumetra_rpc/client.h"
+#include "lumetra_rpc/json_value.h"
 #include "lumetra_rpc/runtime.h"
 
 namespace lumetra_rpc::testing {
@@ -23,5 +24,9 @@ void pumpFor(std::chrono::milliseconds duration);
 // Runs one request through `client` on the pool and returns its response text, pumping
 // the main executor meanwhile.
 std::string execute(LMRPCClient& client, std::string request);
+
+// The members of a response text, or nothing unless they are exactly error, id and result
+// with exactly one of error and result null.
+std::optional<JSONObject> responseMembers(const std::string& response);
 
 }  // namespace lumetra_rpc::testing
