@@ -34,11 +34,7 @@ if(NOT LMRPC_FUZZ)
     lmrpc_host_test(python_exit_in_flight_${mode} 10 ${LMRPC_PYTHON}
                     ${CMAKE_CURRENT_SOURCE_DIR}/hosts/python_exit_host.py $<TARGET_FILE:lumetra_rpc>
                     exit-in-flight ${mode})
-    lmrpc_host_test(python_events_${mode} 1 ${LMRPC_PYTHON}
-                    ${CMAKE_CURRENT_SOURCE_DIR}/hosts/python_exit_host.py $<TARGET_FILE:lumetra_rpc>
-                    events ${mode})
-    set_tests_properties(host_python_exit_in_flight_${mode} host_python_events_${mode}
-                         PROPERTIES ENVIRONMENT "${LMRPC_PYTHON_ENV}")
+    set_tests_properties(host_python_exit_in_flight_${mode} PROPERTIES ENVIRONMENT "${LMRPC_PYTHON_ENV}")
   endforeach()
 endif()
 

@@ -38,15 +38,5 @@ TEST(CInterface, AFailedCopyStillAnswersOnceWithTheFallback) {
   EXPECT_EQ(answers.text, kResponseFallbackText);
 }
 
-TEST(CInterface, ConfigurationIsRefusedWithAReasonOnceRunning) {
-  // The test process is already running the library (host-driven, chosen in main).
-  Answers answers;
-  ASSERT_EQ(lmrpc_execute_json("{}", 2, record, &answers), LMRPC_OK);
-  ASSERT_TRUE(testing::pumpUntil([&] { return answers.calls.load() == 1; }));
-  EXPECT_EQ(lmrpc_configure("{}", 2), LMRPC_ALREADY_RUNNING);
-  EXPECT_STRNE(lmrpc_configure_error(), "");
-  EXPECT_STREQ(lmrpc_version(), LMRPC_VERSION_TEXT);
-}
-
 }  // namespace
 }  // namespace lumetra_rpc

@@ -8,7 +8,6 @@
 #include <map>
 #include <set>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -117,47 +116,6 @@ TEST(OpenRPCDocument, Lists422ExactlyForMethodsThatRefuseParams) {
   for (const std::string& name : refused)
     EXPECT_TRUE(listing.contains(name))
         << name << " is refused with 422 by a parsing case, yet does not list it";
-}
-
-// Every allowed value goes through the parser inside an otherwise valid request, and a
-// name outside the set is refused, so the set is neither short nor padded.
-TEST(OpenRPCDocument, AllowedValuesAreTheParsersOwn) {
-  ParsingCases cases = loadParsingCases();
-  int checked = 0;
-  for (const auto& [name, method] : documentedMethods()) {
-    for (const AnyCodable& param : elements(method.at("params"))) {
-      const std::string& paramName = text(members(param).at("name"));
-      const JSONObject& schema = members(members(param).at("schema"));
-      // (outer parameter or "", entry name, schema holding the enum)
-      std::vector<std::tuple<std::string, std::string, const JSONObject*>> sets;
-      if (schema.contains("enum")) sets.emplace_back("", paramName, &schema);
-      if (schema.contains("properties")) {
-        for (const auto& [entry, entrySchema] : members(schema.at("properties")))
-          if (members(entrySchema).contains("enum"))
-            sets.emplace_back(paramName, entry, &members(entrySchema));
-      }
-      for (const auto& [outer, entry, enumSchema] : sets) {
-        ASSERT_TRUE(cases.firstValidParams.contains(name)) << name << " has no valid parsing case";
-        auto requestWith = [&](const AnyCodable& value) {
-          LMRPCRequest request{std::nullopt, name, cases.firstValidParams.at(name)};
-          if (outer.empty()) {
-            request.params.insert_or_assign(entry, value);
-          } else {
-            JSONObject inner = members(request.params.at(outer));
-            inner.insert_or_assign(entry, value);
-            request.params.insert_or_assign(outer, std::move(inner));
-          }
-          return request;
-        };
-        for (const AnyCodable& allowed : elements(enumSchema->at("enum"))) {
-          EXPECT_TRUE(parseRequest(requestWith(allowed))) << name << ": " << entry << " = " << text(allowed);
-          ++checked;
-        }
-        EXPECT_FALSE(parseRequest(requestWith(AnyCodable("no_such_name")))) << name << ": " << entry;
-      }
-    }
-  }
-  EXPECT_GT(checked, 0) << "no allowed values found in the document";
 }
 
 // A request without the parameter and one with its stated default must reach the SDK with the
