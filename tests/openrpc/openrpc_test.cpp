@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <map>
 #include <set>
 #include <string>
@@ -126,6 +127,7 @@ TEST(OpenRPCDocument, DefaultsAreWhatAbsenceMeans) {
   int runs = 0;
   auto run = [&runs](const std::string& method, const JSONObject& params) {
     auto journal = ::testing::TempDir() + "openrpc_defaults_" + std::to_string(++runs) + ".jsonl";
+    std::remove(journal.c_str());  // the journal appends, and a file may be left from an earlier run
     EXPECT_TRUE(simulator::configureSimulator(simulator::defaultSimulatorConfig(), journal).hasValue());
     auto client =
         LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<LumetraSDKAdapter>());

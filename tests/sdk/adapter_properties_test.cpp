@@ -72,9 +72,7 @@ TEST_F(AdapterProperties, EachValueReadsBackItsOwnSetting) {
   for (std::size_t i = 0; i < std::size(kTexts); ++i)
     EXPECT_EQ((sdk.*kTexts[i].get)(), "text " + std::to_string(i));
 
-  JSONObject data;
-  data.insert_or_assign("plan", AnyCodable("gold"));
-  sdk.setAdditionalData(data);
+  sdk.setAdditionalData(JSONObject{{"plan", "gold"}});
   EXPECT_EQ(writeJSON(AnyCodable(sdk.additionalData())).value(), R"({"plan":"gold"})");
   sdk.setResolveDeepLinkURLs({"a.example", "b.example"});
   sdk.setHoplineCustomDomains({"c.example"});

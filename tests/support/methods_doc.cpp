@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
 #include <string_view>
+
+#include "support/pump.h"
 
 namespace lumetra_rpc::testing {
 namespace {
@@ -34,13 +35,6 @@ ParameterRow parseParameterRow(const std::string& line) {
 }
 
 }  // namespace
-
-std::string readTextFile(const std::string& path) {
-  std::ifstream file(path);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
 
 std::map<std::string, MethodSection> loadMethodSections(const std::string& path) {
   std::istringstream page(readTextFile(path));

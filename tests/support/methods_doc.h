@@ -9,8 +9,6 @@
 
 namespace lumetra_rpc::testing {
 
-std::string readTextFile(const std::string& path);
-
 // One row of a method's "| Parameter | Kind | Required |" table.
 struct ParameterRow {
   std::string name;      // "product.productId" for an entry of an object parameter

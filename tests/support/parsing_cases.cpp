@@ -2,19 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
-
+#include "support/pump.h"
 #include "wire/json_reader.h"
 #include "wire/json_writer.h"
 
 namespace lumetra_rpc::testing {
 
 std::vector<ParsingCase> loadParsingCases() {
-  std::ifstream file(LMRPC_TEST_DATA_DIR "/parsing_cases.json");
-  std::stringstream text;
-  text << file.rdbuf();
-  auto items = readJSON(text.str());
+  auto items = readJSON(readTextFile(LMRPC_TEST_DATA_DIR "/parsing_cases.json"));
   if (!items || items->getIf<JSONArray>() == nullptr) {
     ADD_FAILURE() << "parsing_cases.json unreadable";
     return {};

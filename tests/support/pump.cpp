@@ -1,7 +1,9 @@
 #include "support/pump.h"
 
 #include <atomic>
+#include <fstream>
 #include <mutex>
+#include <sstream>
 
 #include <boost/asio/co_spawn.hpp>
 
@@ -46,6 +48,13 @@ std::optional<JSONObject> responseMembers(const std::string& response) {
       !members->contains("result") || members->at("error").isNull() == members->at("result").isNull())
     return std::nullopt;
   return *members;
+}
+
+std::string readTextFile(const std::string& path) {
+  std::ifstream file(path);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
 }
 
 }  // namespace lumetra_rpc::testing

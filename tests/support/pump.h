@@ -29,4 +29,7 @@ std::string execute(LMRPCClient& client, std::string request);
 // with exactly one of error and result null.
 std::optional<JSONObject> responseMembers(const std::string& response);
 
+// The whole of a file of test data ("" when it cannot be read).
+std::string readTextFile(const std::string& path);
+
 }  // namespace lumetra_rpc::testing

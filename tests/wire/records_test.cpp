@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <utility>
+#include <tuple>
 
 #include "wire/client_error.h"
-#include "wire/number_text.h"
 #include "wire/records.h"
 
 namespace lumetra_rpc {
@@ -36,29 +35,6 @@ TEST(Records, EventTimestampIsTruncatedMilliseconds) {
   auto after = duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
   EXPECT_GE(event.timestamp, before);
   EXPECT_LE(event.timestamp, after);
-}
-
-// Shortest digits, ".0" on integral values, plain decimal where a reader expects it and
-// exponent form only at the extremes.
-TEST(NumberText, PlainDecimalBetweenTheExtremes) {
-  const std::pair<double, const char*> cases[] = {
-      {200, "200.0"},
-      {-180.5, "-180.5"},
-      {0.1, "0.1"},
-      {1e300, "1e+300"},
-      {100000, "100000.0"},
-      {0.0001, "0.0001"},
-      {1e15, "1000000000000000.0"},
-      {-2.5e-3, "-0.0025"},
-      {123456.789, "123456.789"},
-      {9007199254740991, "9007199254740991.0"},
-      {0, "0.0"},
-      {-0.0, "-0.0"},
-      {9007199254740992, "9.007199254740992e+15"},
-      {0.00001, "1e-05"},
-      {-1.5e-7, "-1.5e-07"},
-  };
-  for (const auto& [value, text] : cases) EXPECT_EQ(formatNumberForMessage(value), text) << text;
 }
 
 }  // namespace
