@@ -6,6 +6,7 @@
 #include <napi.h>
 
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -92,13 +93,14 @@ napi_value make_error(napi_env env, const char* code, const char* message) {
 
 // Settles one request; the last one lets the event loop end.
 void settle(Pending* request, napi_value value, bool fulfilled) {
+  std::unique_ptr<Pending> settled(request);
   napi_env env = host->env;
   if (fulfilled) {
     napi_resolve_deferred(env, request->deferred, value);
   } else {
     napi_reject_deferred(env, request->deferred, value);
   }
-  delete request;
+  settled.reset();
   if (host->pending.empty()) keep_loop_alive(false);
 }
 
@@ -197,7 +199,7 @@ Napi::Value Open(const Napi::CallbackInfo& info) {
   if (configured != LMRPC_OK)
     throw Napi::Error::New(env, std::string("configure: ") + lib->configure_error());
 
-  auto* created = new Host{};
+  auto created = std::make_unique<Host>();
   created->env = env;
   created->thread = std::this_thread::get_id();
   created->lib = lib;
@@ -208,13 +210,14 @@ Napi::Value Open(const Napi::CallbackInfo& info) {
                        Napi::Value());
   napi_unref_threadsafe_function(env, created->tsfn);
   napi_create_reference(env, info[2], 1, &created->emit);
-  created->wake = new WakeChannel{};
+  // Never freed: library threads may call the wake-up until the process ends.
+  created->wake = std::make_unique<WakeChannel>().release();
   created->wake->tsfn = created->tsfn;
   created->attached = true;
-  host = created;
+  host = created.release();
   napi_add_env_cleanup_hook(env, detach_hook, nullptr);
   // The wake-up before the first call that starts the library, so no work goes unsignalled.
-  lib->set_main_wakeup(wake, created->wake);
+  lib->set_main_wakeup(wake, host->wake);
   lib->set_event_handler(on_event, nullptr);
   return Napi::String::New(env, lib->version());
 }
@@ -233,16 +236,15 @@ Napi::Value Execute(const Napi::CallbackInfo& info) {
   napi_value promise = nullptr;
   napi_deferred raw = nullptr;
   NAPI_THROW_IF_FAILED(env, napi_create_promise(env, &raw, &promise), Napi::Value());
-  auto* request = new Pending{raw};
-  int accepted = host->lib->execute_json(text.data(), text.size(), on_complete, request);
+  auto request = std::make_unique<Pending>(Pending{raw});
+  int accepted = host->lib->execute_json(text.data(), text.size(), on_complete, request.get());
   if (accepted != LMRPC_OK) {
     // No completion will ever come for it.
     napi_reject_deferred(env, raw, make_error(env, "LMRPC_STOPPED", "LumetraRPC has shut down"));
-    delete request;
     return Napi::Value(env, promise);
   }
   if (host->pending.empty()) keep_loop_alive(true);
-  host->pending.insert(request);
+  host->pending.insert(request.release());  // owned by its completion from here (settle)
   return Napi::Value(env, promise);
 }
 

@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <memory>
+
 namespace lmrpc_node {
 namespace {
 
@@ -25,7 +27,7 @@ const Library* open_library(const std::string& path, std::string& error) {
     error = why != nullptr ? why : "cannot open " + path;
     return nullptr;
   }
-  auto* lib = new Library{};
+  auto lib = std::make_unique<Library>();
   bool ok = resolve(handle, "lmrpc_configure", lib->configure, error) &&
             resolve(handle, "lmrpc_configure_error", lib->configure_error, error) &&
             resolve(handle, "lmrpc_execute_json", lib->execute_json, error) &&
@@ -36,11 +38,8 @@ const Library* open_library(const std::string& path, std::string& error) {
             resolve(handle, "lmrpc_main_run_until_idle", lib->main_run_until_idle, error) &&
             resolve(handle, "lmrpc_set_main_wakeup", lib->set_main_wakeup, error) &&
             resolve(handle, "lmrpc_version", lib->version, error);
-  if (!ok) {
-    delete lib;
-    return nullptr;  // the handle stays open: the library is linked never to unload anyway
-  }
-  loaded = lib;
+  if (!ok) return nullptr;  // the handle stays open: the library is linked never to unload anyway
+  loaded = lib.release();   // never freed, like the library it reaches
   return loaded;
 }
 
