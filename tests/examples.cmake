@@ -18,3 +18,6 @@ if(LMRPC_SANITIZE STREQUAL "none" AND NOT LMRPC_FUZZ AND Python3_Interpreter_FOU
                    $<TARGET_FILE:lumetra_rpc>)
   set_tests_properties(example_python_host PROPERTIES TIMEOUT 60)
 endif()
+
+add_test(NAME kit_examples_in_readme
+         COMMAND ${CMAKE_COMMAND} -DROOT=${PROJECT_SOURCE_DIR} -P ${CMAKE_CURRENT_SOURCE_DIR}/examples/kit_examples_in_readme.cmake)

@@ -1,0 +1,23 @@
+# Each kit's tests run the example of the kit's own README; the main README shows the same
+# examples again. This keeps the copies equal, so the README's examples run as written.
+#   cmake -DROOT=<source dir> -P kit_examples_in_readme.cmake
+file(READ "${ROOT}/README.md" main)
+foreach(kit_language csharp:csharp python:python node:js)
+  string(REPLACE ":" ";" pair "${kit_language}")
+  list(GET pair 0 kit)
+  list(GET pair 1 language)
+  file(READ "${ROOT}/bindings/${kit}/README.md" page)
+  string(FIND "${page}" "```${language}\n" start)
+  if(start EQUAL -1)
+    message(FATAL_ERROR "bindings/${kit}/README.md has no ${language} example")
+  endif()
+  string(SUBSTRING "${page}" ${start} -1 rest)
+  string(FIND "${rest}" "\n```\n" end)
+  math(EXPR end "${end} + 5")
+  string(SUBSTRING "${rest}" 0 ${end} example)
+  string(FIND "${main}" "${example}" found)
+  if(found EQUAL -1)
+    message(FATAL_ERROR "README.md does not show bindings/${kit}/README.md's example as it stands")
+  endif()
+endforeach()
+message(STATUS "README.md shows each kit's tested example")
