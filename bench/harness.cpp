@@ -4,6 +4,7 @@
 #include <malloc.h>
 #include <unistd.h>
 #include <algorithm>
+#include <ctime>
 #include <fstream>
 
 #include <boost/asio/co_spawn.hpp>
@@ -44,6 +45,12 @@ void runOnPool(std::function<boost::asio::awaitable<void>()> body) {
 void keepFreedMemory() {
   mallopt(M_MMAP_THRESHOLD, 32 << 20);
   mallopt(M_TRIM_THRESHOLD, 1 << 30);
+}
+
+double processCpuSeconds() {
+  timespec now{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
 std::size_t residentBytes() {

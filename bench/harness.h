@@ -30,6 +30,9 @@ void runOnPool(std::function<boost::asio::awaitable<void>()> body);
 // about the library's work, so the benchmark lets the process keep what it frees.
 void keepFreedMemory();
 
+// CPU time used so far by every thread of the process.
+double processCpuSeconds();
+
 std::size_t residentBytes();
 std::size_t threadCount();
 
