@@ -21,8 +21,9 @@ namespace {
 // the SDK there, or waits for an SDK answer that arrives there. So the mix runs on the pool
 // with the main executor held by a job of ours; those that finish do not wait. They all
 // finish within a millisecond or so, so once none has finished for a quarter of a second,
-// the rest are waiting.
-std::vector<bool> waitsForMain(const std::vector<std::string>& texts) {
+// the rest are waiting. A pool thread stalled that long by the machine's other users
+// would make a request look waiting, so it takes two passes to call one waiting.
+std::vector<bool> waitsForMainOnce(const std::vector<std::string>& texts) {
   auto client = LMRPCClient::create([](std::string) {});
   std::promise<void> held;
   std::promise<void> release;
@@ -54,6 +55,13 @@ std::vector<bool> waitsForMain(const std::vector<std::string>& texts) {
   for (std::size_t i = 0; i < texts.size(); ++i) waits[i] = !answered[i].load();
   release.set_value();
   allFinished.get_future().wait();
+  return waits;
+}
+
+std::vector<bool> waitsForMain(const std::vector<std::string>& texts) {
+  auto waits = waitsForMainOnce(texts);
+  auto again = waitsForMainOnce(texts);
+  for (std::size_t i = 0; i < waits.size(); ++i) waits[i] = waits[i] && again[i];
   return waits;
 }
 
