@@ -218,6 +218,12 @@ namespace Lumetra.Rpc {
             // Another domain may be the one using the library; only its user ends it.
             if (Volatile.Read(ref inUse) == 1) Shutdown(2000);
           };
+        else
+          // Mono tears the runtime down after Main returns, before the C exit handlers that
+          // would stop the library: a callback arriving in between would crash the process.
+          AppDomain.CurrentDomain.ProcessExit += (sender, args) => {
+            if (Volatile.Read(ref inUse) == 1) Shutdown(500);
+          };
       } catch (Exception) {
         // No unload notification on this runtime: then there is no domain to unload either.
       }

@@ -19,7 +19,9 @@
  *     handler call; lmrpc_shutdown ends it for good. A process that exits without calling
  *     lmrpc_shutdown is safe in both modes, with requests in flight and even from inside a
  *     callback: at exit no further callback starts, the library's threads are stopped and
- *     given a moment to finish, and nothing is torn down under a thread still running.
+ *     given a moment to finish, and nothing is torn down under a thread still running. A
+ *     runtime that tears itself down before the C exit handlers run (Mono once Main has
+ *     returned) calls lmrpc_shutdown from its own exit event instead.
  *  7. fork(): the child has none of the library's threads; it must not call the library
  *     (requests are refused, pumps return 0) and exits without touching it.
  *  8. dlclose(): the shared library is linked to stay loaded (-z nodelete), so closing it
