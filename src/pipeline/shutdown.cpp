@@ -100,14 +100,11 @@ bool shutdownLibrary(std::chrono::milliseconds timeout) {
     case Phase::running:
       break;
   }
-  bool succeeded = false;
-  try {
+  bool succeeded = guarded(false, [&] {
     // Running means the core exists, or is being made on another thread this moment.
-    if (auto* core = RuntimeCore::get()) succeeded = shutDownRunningLibrary(*core, timeout);
-  } catch (const abi::__forced_unwind&) {
-    throw;
-  } catch (...) {
-  }
+    auto* core = RuntimeCore::get();
+    return core != nullptr && shutDownRunningLibrary(*core, timeout);
+  });
   markStopped();
   recordResult(succeeded);
   return succeeded;

@@ -122,14 +122,12 @@ void RuntimeCore::runPoolThread() {
 
 void RuntimeCore::runMainThread() {
   do {
-    try {
+    // Jobs shield themselves; nothing may stop the main executor for everyone else.
+    guarded(false, [this] {
       main_.restart();
       main_.run();
-    } catch (const abi::__forced_unwind&) {
-      throw;
-    } catch (...) {
-      // Jobs shield themselves; nothing may stop the main executor for everyone else.
-    }
+      return true;
+    });
   } while (lingerForWork());
 }
 

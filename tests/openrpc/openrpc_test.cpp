@@ -10,7 +10,6 @@
 #include <set>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "lumetra_rpc/client.h"
 #include "openrpc.h"
@@ -20,7 +19,6 @@
 #include "support/methods_doc.h"
 #include "support/parsing_cases.h"
 #include "support/pump.h"
-#include "wire/json_reader.h"
 #include "wire/json_writer.h"
 
 namespace lumetra_rpc {
