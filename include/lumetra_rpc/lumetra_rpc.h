@@ -21,7 +21,10 @@
  *     callback: at exit no further callback starts, the library's threads are stopped and
  *     given a moment to finish, and nothing is torn down under a thread still running. A
  *     runtime that tears itself down before the C exit handlers run (Mono once Main has
- *     returned) calls lmrpc_shutdown from its own exit event instead.
+ *     returned) calls lmrpc_shutdown from its own exit event instead; so does Python (an
+ *     atexit handler): a thread that its runtime ends inside a callback makes the library
+ *     start no further callback, but CPython crashes a foreign thread that calls in after
+ *     its interpreter is gone, even when that is the first call since it began finalising.
  *  7. fork(): the child has none of the library's threads; it must not call the library
  *     (requests are refused, pumps return 0) and exits without touching it.
  *  8. dlclose(): the shared library is linked to stay loaded (-z nodelete), so closing it

@@ -11,10 +11,15 @@
 
 // A forced unwind carries no exception object, so catching it binds the reference to null:
 // that is how the C++ runtime hands it over, and the null-reference check would take it for
-// a fault.
-#define LMRPC_CATCHES_FORCED_UNWIND __attribute__((no_sanitize("null")))
+// a fault. Inlined, the function would be checked under its caller's flags again.
+#define LMRPC_CATCHES_FORCED_UNWIND __attribute__((no_sanitize("null"), noinline))
 
 namespace lumetra_rpc {
+
+// A host runtime that ends one of its threads inside our call is tearing itself down: no
+// further callback starts, since the next one may find that runtime already gone (Python
+// crashes a foreign thread that calls in after its interpreter is finalised).
+void hostRuntimeEnding() noexcept;
 
 // Runs `body`, turning anything it throws into `fallback`, except that forced unwind: the
 // catch-all of every function at the library's boundary.
@@ -23,6 +28,7 @@ LMRPC_CATCHES_FORCED_UNWIND R guarded(R fallback, F&& body) {
   try {
     return std::forward<F>(body)();
   } catch (const abi::__forced_unwind&) {
+    hostRuntimeEnding();
     throw;
   } catch (...) {
     return fallback;
@@ -34,6 +40,7 @@ LMRPC_CATCHES_FORCED_UNWIND void callForeign(F&& call) {
   try {
     std::forward<F>(call)();
   } catch (const abi::__forced_unwind&) {
+    hostRuntimeEnding();
     throw;
   } catch (...) {
   }

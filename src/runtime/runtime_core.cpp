@@ -202,6 +202,10 @@ bool RuntimeCore::stopAndJoin(Clock::time_point deadline) noexcept {
   return allJoined;
 }
 
+void hostRuntimeEnding() noexcept {
+  if (auto* core = RuntimeCore::ifStarted()) core->mainQueue().close();
+}
+
 void RuntimeCore::quiesceAtExit() noexcept {
   auto* core = ifStarted();
   if (!core || inForkedChild()) return;
