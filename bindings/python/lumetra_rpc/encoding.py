@@ -19,3 +19,12 @@ def from_native(text, length):
     """Copies a text the library handed to a callback. Decoding never raises: the library
     writes UTF-8, and a callback must not fail halfway."""
     return ctypes.string_at(text, length).decode("utf-8", "replace")
+
+
+def take_native(text, length, release):
+    """Copies a text handed to a callback and gives it back to the library at once, even
+    when the copy fails."""
+    try:
+        return from_native(text, length)
+    finally:
+        release(text)

@@ -12,7 +12,7 @@ import threading
 
 from . import native
 from .codes import Status
-from .encoding import from_native, to_utf8
+from .encoding import take_native, to_utf8
 from .errors import LibraryStopped, LumetraError
 
 _pending = {}
@@ -32,10 +32,7 @@ def _fail(future, error):
 
 def _on_completion(context, text, length):
     try:
-        try:
-            body = from_native(text, length)
-        finally:
-            native.loaded().lmrpc_text_free(text)
+        body = take_native(text, length, native.loaded().lmrpc_text_free)
         with _pending_lock:
             waiting = _pending.pop(context, None)
         if waiting is not None:

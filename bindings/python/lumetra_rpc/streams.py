@@ -9,7 +9,7 @@ import json
 import threading
 
 from . import native
-from .encoding import from_native
+from .encoding import take_native
 
 _streams = set()
 _streams_lock = threading.Lock()
@@ -68,10 +68,7 @@ def _forget(stream):
 
 def _on_event(context, text, length):
     try:
-        try:
-            body = from_native(text, length)
-        finally:
-            native.loaded().lmrpc_text_free(text)
+        body = take_native(text, length, native.loaded().lmrpc_text_free)
         with _streams_lock:
             targets = list(_streams)
         for stream in targets:
