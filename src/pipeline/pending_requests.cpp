@@ -5,9 +5,24 @@
 
 namespace lumetra_rpc {
 
-// Linked into the registry while open, so that shutdown can find every one of them.
-struct PendingRequests::Slot {
+// Linked into the registry while open, so that shutdown can find every one of them. Once
+// answered, the slot itself is the main-executor job that delivers its text.
+struct PendingRequests::Slot final : QueuedJob, std::enable_shared_from_this<Slot> {
+  explicit Slot(PendingRequests& owner, Completion completion)
+      : registry(owner), completion(std::move(completion)) {}
+
+  void run() override {
+    struct Delivered {
+      std::atomic<std::size_t>& count;
+      ~Delivered() { count.fetch_sub(1, std::memory_order_acq_rel); }
+    } delivered{registry.undelivered_};
+    auto call = std::move(completion);
+    if (call) call(std::move(text));
+  }
+
+  PendingRequests& registry;
   Completion completion;
+  std::string text;
   bool answered = false;
   Slot* previous = nullptr;
   Slot* next = nullptr;
@@ -19,8 +34,7 @@ PendingRequests& PendingRequests::shared() {
 }
 
 PendingRequests::Admission PendingRequests::open(Completion completion, Ticket& ticket) {
-  auto slot = std::make_shared<Slot>();
-  slot->completion = std::move(completion);
+  auto slot = std::make_shared<Slot>(*this, std::move(completion));
   std::lock_guard lock(mutex_);
   if (admission_ == Admission::stopped) return admission_;
   slot->next = first_;
@@ -39,15 +53,15 @@ void PendingRequests::unlink(Slot& slot) noexcept {
 }
 
 void PendingRequests::answer(const Ticket& ticket, std::string text) noexcept {
-  Completion completion;
   {
     std::lock_guard lock(mutex_);
     if (!ticket || ticket->answered) return;
     ticket->answered = true;
     unlink(*ticket);
-    completion = std::move(ticket->completion);
   }
-  queue(std::move(completion), std::move(text));
+  // Only this call got past the flag, so nothing else touches the text now.
+  ticket->text = std::move(text);
+  queue(ticket);
 }
 
 void PendingRequests::answerAll(const std::string& text) noexcept {
@@ -57,26 +71,24 @@ void PendingRequests::answerAll(const std::string& text) noexcept {
     slot.answered = true;
     unlink(slot);
     // Queuing under the lock keeps a racing answer from slipping in between; the main
-    // queue never calls back into this registry while posting.
-    queue(std::move(slot.completion), text);
+    // queue never calls back into this registry while posting. The registry holds no
+    // ownership; a slot whose holders are all gone has nobody left to answer.
+    auto owned = slot.weak_from_this().lock();
+    if (!owned) {
+      undelivered_.fetch_sub(1, std::memory_order_acq_rel);
+      continue;
+    }
+    try {
+      owned->text = text;
+    } catch (...) {
+    }
+    queue(owned);
   }
 }
 
-void PendingRequests::queue(Completion completion, std::string text) noexcept {
+void PendingRequests::queue(const Ticket& slot) noexcept {
   bool queued = false;
-  try {
-    if (auto* core = RuntimeCore::ifStarted()) {
-      queued = core->mainQueue().post(
-          [this, completion = std::move(completion), text = std::move(text)]() mutable {
-            struct Delivered {
-              std::atomic<std::size_t>& count;
-              ~Delivered() { count.fetch_sub(1, std::memory_order_acq_rel); }
-            } delivered{undelivered_};
-            if (completion) completion(std::move(text));
-          });
-    }
-  } catch (...) {
-  }
+  if (auto* core = RuntimeCore::ifStarted()) queued = core->mainQueue().post(slot);
   // A job dropped by a closed queue is never counted down, but the count is only read
   // before the queue closes.
   if (!queued) undelivered_.fetch_sub(1, std::memory_order_acq_rel);

@@ -41,7 +41,7 @@ class PendingRequests {
   std::size_t undelivered() const noexcept { return undelivered_.load(std::memory_order_acquire); }
 
  private:
-  void queue(Completion completion, std::string text) noexcept;
+  void queue(const Ticket& slot) noexcept;
   void unlink(Slot& slot) noexcept;
 
   mutable std::mutex mutex_;

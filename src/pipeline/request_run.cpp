@@ -25,22 +25,15 @@ LMRPCError unexpectedFailure() {
 }
 
 // An absent outcome means the handler case threw, which the host sees as a result
-// failure, never as an exception.
-AnyCodable resultOf(const std::optional<SDKOutcome>& outcome) {
-  return AnyCodable(outcome ? shapeResult(*outcome) : shapeResult(handlers::unexpectedHandlerFailure()));
-}
-
-// The id moves into the response before anything can fail, so every failure on the way
-// still answers with it.
-std::string answerOf(std::optional<AnyCodable> id, const std::optional<SDKOutcome>& outcome) noexcept {
-  LMRPCResponse response{std::move(id), std::nullopt, std::nullopt};
+// failure, never as an exception. Every failure on the way still answers with the id.
+std::string answerOf(const std::optional<AnyCodable>& id, const std::optional<SDKOutcome>& outcome) noexcept {
   try {
-    response.result = resultOf(outcome);
-    auto written = encodeResponse(response);
+    auto written = outcome ? encodeResultResponse(id, *outcome)
+                           : encodeResultResponse(id, handlers::unexpectedHandlerFailure());
     if (written) return std::move(written).value();
-    return encodeErrorResponse(written.error().toRPCError(), std::move(response.id));
+    return encodeErrorResponse(written.error().toRPCError(), id);
   } catch (...) {
-    return encodeErrorResponse(unexpectedFailure(), std::move(response.id));
+    return encodeErrorResponse(unexpectedFailure(), id);
   }
 }
 
@@ -66,12 +59,12 @@ Started startRequest(LMRPCRequestHandler& handler, std::string_view text) noexce
     started.id = std::move(request->id);
     auto parsed = parseRequest(*request);
     if (!parsed) {
-      started.answer = encodeErrorResponse(parsed.error().toRPCError(), std::move(started.id));
+      started.answer = encodeErrorResponse(parsed.error().toRPCError(), started.id);
       return started;
     }
     auto routed = handler.route(std::move(parsed).value());
     if (auto* outcome = std::get_if<SDKOutcome>(&routed))
-      started.answer = answerOf(std::move(started.id), *outcome);
+      started.answer = answerOf(started.id, *outcome);
     else
       started.waiting.emplace(std::get<boost::asio::awaitable<SDKOutcome>>(std::move(routed)));
   } catch (...) {
@@ -90,7 +83,7 @@ boost::asio::awaitable<std::string> finishRequest(std::shared_ptr<LMRPCClient> s
   } catch (...) {
   }
   self.reset();
-  co_return answerOf(std::move(id), outcome);
+  co_return answerOf(id, outcome);
 }
 
 }  // namespace lumetra_rpc

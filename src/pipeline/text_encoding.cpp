@@ -7,15 +7,18 @@
 namespace lumetra_rpc {
 namespace {
 
-// Appends `value`, or null for an absent member.
-bool appendMember(std::string& out, const std::optional<AnyCodable>& value, WriteFailure& failure) {
-  if (!value) {
-    out += "null";
-    return true;
-  }
-  auto written = writeJSON(*value, out);
-  if (!written) failure = written.error();
-  return written.hasValue();
+// Appends the id, or null when the request had none.
+Expected<std::monostate, WriteFailure> appendId(std::string& out, const std::optional<AnyCodable>& id) {
+  if (id) return writeJSON(*id, out);
+  out += "null";
+  return std::monostate{};
+}
+
+// Room for the usual answer up front: growing from empty costs several reallocations.
+std::string responseBuffer() {
+  std::string text;
+  text.reserve(256);
+  return text;
 }
 
 ClientResult<std::string> finish(std::string text, std::string_view label) {
@@ -33,20 +36,17 @@ Unexpected<LMRPCClientError> encodeFailure(std::string_view label, const WriteFa
 
 }  // namespace
 
-// Written member by member, in sorted order, so the result tree is never copied.
-ClientResult<std::string> encodeResponse(const LMRPCResponse& response) {
-  // Room for the usual answer up front: growing from empty costs several reallocations.
-  std::string text;
-  text.reserve(256);
-  text += "{\"error\":";
-  WriteFailure failure;
-  std::optional<AnyCodable> error;
-  if (response.error) error = toJSON(*response.error);
-  if (!appendMember(text, error, failure)) return encodeFailure("response", failure);
-  text += ",\"id\":";
-  if (!appendMember(text, response.id, failure)) return encodeFailure("response", failure);
-  text += ",\"result\":";
-  if (!appendMember(text, response.result, failure)) return encodeFailure("response", failure);
+// Members in sorted order: error, id, result.
+ClientResult<std::string> encodeResultResponse(const std::optional<AnyCodable>& id,
+                                               const SDKOutcome& outcome) {
+  auto text = responseBuffer();
+  text += "{\"error\":null,\"id\":";
+  auto written = appendId(text, id);
+  if (written) {
+    text += ",\"result\":";
+    written = writeResult(outcome, text);
+  }
+  if (!written) return encodeFailure("response", written.error());
   text += '}';
   return finish(std::move(text), "response");
 }
@@ -57,10 +57,19 @@ ClientResult<std::string> encodeEvent(const LMRPCEvent& event) {
   return finish(std::move(text).value(), "event");
 }
 
-std::string encodeErrorResponse(LMRPCError error, std::optional<AnyCodable> id) noexcept {
+std::string encodeErrorResponse(const LMRPCError& error, const std::optional<AnyCodable>& id) noexcept {
   try {
-    auto text = encodeResponse(LMRPCResponse{std::move(id), std::nullopt, std::move(error)});
-    if (text) return std::move(text).value();
+    auto text = responseBuffer();
+    text += "{\"error\":";
+    auto written = writeError(error, text);
+    if (written) {
+      text += ",\"id\":";
+      written = appendId(text, id);
+    }
+    if (written) {
+      text += ",\"result\":null}";
+      if (auto checked = finish(std::move(text), "response")) return std::move(checked).value();
+    }
   } catch (...) {
   }
   return std::string(kResponseFallbackText);

@@ -42,10 +42,18 @@ void callHostWakeup() {
 }
 
 bool MainQueue::post(Job job) noexcept {
+  return enqueue(Entry(std::in_place_index<0>, std::move(job)));
+}
+
+bool MainQueue::post(std::shared_ptr<QueuedJob> job) noexcept {
+  return enqueue(Entry(std::in_place_index<1>, std::move(job)));
+}
+
+bool MainQueue::enqueue(Entry entry) noexcept {
   try {
     std::lock_guard lock(mutex_);
     if (closed()) return false;
-    pending_.push_back(std::move(job));
+    pending_.push_back(std::move(entry));
     if (scheduled_) return true;
     scheduled_ = true;
   } catch (...) {
@@ -64,7 +72,7 @@ bool MainQueue::post(Job job) noexcept {
 }
 
 void MainQueue::close() noexcept {
-  std::vector<Job> dropped;
+  std::vector<Entry> dropped;
   std::lock_guard lock(mutex_);
   closed_.store(true, std::memory_order_release);
   dropped.swap(pending_);
@@ -91,8 +99,13 @@ std::size_t MainQueue::finishTurn() {
   std::size_t ran = 0;
   while (next_ < turn_.size() && !closed()) {
     // Taken out before it runs: a nested turn must neither run it again nor free it.
-    auto job = std::move(turn_[next_++]);
-    callForeign(job);
+    auto entry = std::move(turn_[next_++]);
+    if (auto* job = std::get_if<Job>(&entry)) {
+      callForeign(*job);
+    } else {
+      auto& queued = std::get<std::shared_ptr<QueuedJob>>(entry);
+      callForeign([&] { queued->run(); });
+    }
     ++ran;
   }
   return ran;

@@ -12,11 +12,22 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <variant>
 #include <vector>
 
 #include <boost/asio/io_context.hpp>
 
 namespace lumetra_rpc {
+
+// A job that carries its own state and is queued as itself: the one a request already
+// holds for its completion costs no wrapper of its own.
+class QueuedJob {
+ public:
+  virtual void run() = 0;
+
+ protected:
+  ~QueuedJob() = default;
+};
 
 class MainQueue {
  public:
@@ -31,6 +42,7 @@ class MainQueue {
   // Runs `job` on the main executor after every job posted before it; false (the job
   // dropped, unrun) once the queue is closed. Never throws.
   bool post(Job job) noexcept;
+  bool post(std::shared_ptr<QueuedJob> job) noexcept;
 
   void close() noexcept;
   bool closed() const noexcept { return closed_.load(std::memory_order_acquire); }
@@ -42,15 +54,18 @@ class MainQueue {
   std::size_t finishTurn();
 
  private:
+  using Entry = std::variant<Job, std::shared_ptr<QueuedJob>>;
+
+  bool enqueue(Entry entry) noexcept;
   void runTurn();
 
   boost::asio::io_context::executor_type main_;
   Wakeup onIdleToWork_;
   std::mutex mutex_;
-  std::vector<Job> pending_;
+  std::vector<Entry> pending_;
   // The turn being run and the next of its jobs to run; only the main executor's thread
   // touches them.
-  std::vector<Job> turn_;
+  std::vector<Entry> turn_;
   std::size_t next_ = 0;
   bool scheduled_ = false;
   std::atomic<bool> closed_{false};

@@ -3,26 +3,33 @@
 namespace lumetra_rpc {
 namespace {
 
-JSONObject shapeSuccess(const SDKSuccess& success) {
-  JSONObject result{{"success", true}, {"message", success.message}};
+// Members in sorted order: data, message, success.
+void writeSuccess(const SDKSuccess& success, MemberWriter& result) {
   // An empty data object is still data: it is written as {}, not left out.
-  if (success.data) result.emplace("data", *success.data);
-  return result;
+  if (success.data) result.object("data", *success.data);
+  result.string("message", success.message);
+  result.boolean("success", true);
 }
 
-JSONObject shapeFailure(const SDKFailure& failure) {
-  JSONObject result{{"success", false}, {"message", failure.message}};
-  if (failure.error) result.emplace("error", *failure.error);
-  if (failure.errorType) result.emplace("errorType", *failure.errorType);
-  if (failure.errorCode) result.emplace("errorCode", *failure.errorCode);
-  return result;
+// Members in sorted order: error, errorCode, errorType, message, success.
+void writeFailure(const SDKFailure& failure, MemberWriter& result) {
+  if (failure.error) result.string("error", *failure.error);
+  if (failure.errorCode) result.integer("errorCode", *failure.errorCode);
+  if (failure.errorType) result.string("errorType", *failure.errorType);
+  result.string("message", failure.message);
+  result.boolean("success", false);
 }
 
 }  // namespace
 
-JSONObject shapeResult(const SDKOutcome& outcome) {
-  if (const auto* success = std::get_if<SDKSuccess>(&outcome)) return shapeSuccess(*success);
-  return shapeFailure(std::get<SDKFailure>(outcome));
+Expected<std::monostate, WriteFailure> writeResult(const SDKOutcome& outcome, std::string& out) {
+  MemberWriter result(out);
+  if (const auto* success = std::get_if<SDKSuccess>(&outcome)) {
+    writeSuccess(*success, result);
+  } else {
+    writeFailure(std::get<SDKFailure>(outcome), result);
+  }
+  return result.close();
 }
 
 }  // namespace lumetra_rpc

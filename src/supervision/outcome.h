@@ -9,6 +9,7 @@
 #include <variant>
 
 #include "wire/any_codable.h"
+#include "wire/json_writer.h"
 
 namespace lumetra_rpc {
 
@@ -39,7 +40,9 @@ struct SDKFailure {
 
 using SDKOutcome = std::variant<SDKSuccess, SDKFailure>;
 
-// The result object: "success", "message", then only the members that are present.
-JSONObject shapeResult(const SDKOutcome& outcome);
+// Appends the result object: "success", "message", then only the members that are
+// present. Written straight from the outcome, since a tree built only to be written would
+// cost an allocation per member of every response.
+Expected<std::monostate, WriteFailure> writeResult(const SDKOutcome& outcome, std::string& out);
 
 }  // namespace lumetra_rpc

@@ -9,6 +9,51 @@
 namespace lumetra_rpc {
 namespace {
 
+// The escape for `c`, "" for a control character without a short one, or nothing.
+const char* escapeOf(char c) {
+  switch (c) {
+    case '"':
+      return "\\\"";
+    case '\\':
+      return "\\\\";
+    case '/':
+      return "\\/";
+    case '\b':
+      return "\\b";
+    case '\f':
+      return "\\f";
+    case '\n':
+      return "\\n";
+    case '\r':
+      return "\\r";
+    case '\t':
+      return "\\t";
+    default:
+      return static_cast<unsigned char>(c) < 0x20 ? "" : nullptr;
+  }
+}
+
+// Runs of characters that need no escape are appended whole.
+void appendString(std::string& out, std::string_view s) {
+  out += '"';
+  std::size_t run = 0;
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    const char* escape = escapeOf(s[i]);
+    if (escape == nullptr) continue;
+    out.append(s.data() + run, i - run);
+    run = i + 1;
+    if (*escape != '\0') {
+      out += escape;
+    } else {
+      char code[8];
+      std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(s[i]));
+      out += code;
+    }
+  }
+  out.append(s.data() + run, s.size() - run);
+  out += '"';
+}
+
 class Writer {
  public:
   explicit Writer(std::string& out) : out_(out) {}
@@ -17,6 +62,7 @@ class Writer {
   std::optional<std::string> write(const AnyCodable& value) {
     return std::visit([this](const auto& v) { return writeKind(v); }, value.value());
   }
+  std::optional<std::string> writeObject(const JSONObject& object) { return writeKind(object); }
 
  private:
   using Failure = std::optional<std::string>;
@@ -79,50 +125,7 @@ class Writer {
   Failure writeKind(const AnyKeyMap&) { return "Unsupported type: Dictionary<AnyHashable, Any>"; }
   Failure writeKind(const OpaqueValue& o) { return "Unsupported type: " + o.typeName; }
 
-  // Runs of characters that need no escape are appended whole.
-  void writeString(std::string_view s) {
-    out_ += '"';
-    std::size_t run = 0;
-    for (std::size_t i = 0; i < s.size(); ++i) {
-      const char* escape = escapeOf(s[i]);
-      if (escape == nullptr) continue;
-      out_.append(s.data() + run, i - run);
-      run = i + 1;
-      if (*escape != '\0') {
-        out_ += escape;
-      } else {
-        char code[8];
-        std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(s[i]));
-        out_ += code;
-      }
-    }
-    out_.append(s.data() + run, s.size() - run);
-    out_ += '"';
-  }
-
-  // The escape for `c`, "" for a control character without a short one, or nothing.
-  static const char* escapeOf(char c) {
-    switch (c) {
-      case '"':
-        return "\\\"";
-      case '\\':
-        return "\\\\";
-      case '/':
-        return "\\/";
-      case '\b':
-        return "\\b";
-      case '\f':
-        return "\\f";
-      case '\n':
-        return "\\n";
-      case '\r':
-        return "\\r";
-      case '\t':
-        return "\\t";
-      default:
-        return static_cast<unsigned char>(c) < 0x20 ? "" : nullptr;
-    }
-  }
+  void writeString(std::string_view s) { appendString(out_, s); }
 
   std::string& out_;
 };
@@ -135,6 +138,51 @@ Expected<std::monostate, WriteFailure> writeJSON(const AnyCodable& value, std::s
     out.resize(mark);
     return Unexpected{WriteFailure{std::move(*failure)}};
   }
+  return std::monostate{};
+}
+
+void MemberWriter::name(std::string_view name) {
+  if (!first_) out_ += ',';
+  first_ = false;
+  appendString(out_, name);
+  out_ += ':';
+}
+
+void MemberWriter::string(std::string_view name, std::string_view text) {
+  this->name(name);
+  appendString(out_, text);
+}
+
+void MemberWriter::integer(std::string_view name, std::int64_t number) {
+  this->name(name);
+  char buffer[24];
+  auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, number);
+  out_.append(buffer, end);
+}
+
+void MemberWriter::boolean(std::string_view name, bool flag) {
+  this->name(name);
+  out_ += flag ? "true" : "false";
+}
+
+void MemberWriter::value(std::string_view name, const AnyCodable& member) {
+  if (failure_) return;
+  this->name(name);
+  if (auto failure = Writer(out_).write(member)) failure_ = WriteFailure{std::move(*failure)};
+}
+
+void MemberWriter::object(std::string_view name, const JSONObject& member) {
+  if (failure_) return;
+  this->name(name);
+  if (auto failure = Writer(out_).writeObject(member)) failure_ = WriteFailure{std::move(*failure)};
+}
+
+Expected<std::monostate, WriteFailure> MemberWriter::close() {
+  if (failure_) {
+    out_.resize(mark_);
+    return Unexpected{std::move(*failure_)};
+  }
+  out_ += '}';
   return std::monostate{};
 }
 

@@ -21,10 +21,12 @@ LMRPCEvent::LMRPCEvent(std::string eventName, std::optional<AnyCodable> payload,
       timestamp(time ? *time : nowInMilliseconds()),
       origin(std::move(originName)) {}
 
-AnyCodable toJSON(const LMRPCError& error) {
-  JSONObject object{{"code", error.code}, {"message", error.message}};
-  if (error.details) object.emplace("details", *error.details);
-  return object;
+Expected<std::monostate, WriteFailure> writeError(const LMRPCError& error, std::string& out) {
+  MemberWriter object(out);
+  object.integer("code", error.code);
+  if (error.details) object.object("details", *error.details);
+  object.string("message", error.message);
+  return object.close();
 }
 
 AnyCodable toJSON(const LMRPCEvent& event) {

@@ -1,5 +1,6 @@
 #pragma once
-// The records that cross the boundary as text: request, response, error object, event.
+// The records that cross the boundary as text: request, error object, event. A response is
+// written straight from its parts, with no record of its own.
 
 #include <cstdint>
 #include <optional>
@@ -7,6 +8,7 @@
 
 #include "wire/any_codable.h"
 #include "wire/expected.h"
+#include "wire/json_writer.h"
 
 namespace lumetra_rpc {
 
@@ -20,12 +22,6 @@ struct LMRPCError {
   std::int64_t code = 0;
   std::string message;
   std::optional<JSONObject> details;
-};
-
-struct LMRPCResponse {
-  std::optional<AnyCodable> id;
-  std::optional<AnyCodable> result;
-  std::optional<LMRPCError> error;
 };
 
 struct LMRPCEvent {
@@ -45,8 +41,10 @@ inline constexpr std::string_view kResponseFallbackText =
 inline constexpr std::string_view kEventFallbackText =
     R"({"event":"error","data":{"message":"Failed to encode event"},"origin":"ios"})";
 
-// The JSON form of each record, with absent members written as the wire rules say.
-AnyCodable toJSON(const LMRPCError& error);
+// The JSON form of an event, with absent members written as the wire rules say.
 AnyCodable toJSON(const LMRPCEvent& event);
+
+// Appends the error object of a response.
+Expected<std::monostate, WriteFailure> writeError(const LMRPCError& error, std::string& out);
 
 }  // namespace lumetra_rpc

@@ -9,6 +9,7 @@
 #include "handlers/core_handler.h"
 #include "handlers/monetization_handler.h"
 #include "sdk/lumetra_sdk_adapter.h"
+#include "support/result_object.h"
 
 namespace lumetra_rpc {
 namespace {
@@ -17,8 +18,9 @@ namespace {
 JSONObject outcomeOf(RoutedOutcome routed) {
   boost::asio::io_context io;
   JSONObject shaped{{"missing", true}};
-  boost::asio::co_spawn(io, awaitOutcome(std::move(routed)),
-                        [&](std::exception_ptr, SDKOutcome outcome) { shaped = shapeResult(outcome); });
+  boost::asio::co_spawn(io, awaitOutcome(std::move(routed)), [&](std::exception_ptr, SDKOutcome outcome) {
+    shaped = testing::resultObject(outcome);
+  });
   io.run();
   return shaped;
 }

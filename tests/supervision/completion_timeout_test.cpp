@@ -15,6 +15,7 @@
 #include "lumetra_rpc/runtime.h"
 #include "runtime/runtime_core.h"
 #include "support/pump.h"
+#include "support/result_object.h"
 
 namespace lumetra_rpc {
 namespace {
@@ -41,7 +42,7 @@ struct Race {
   bool done() { return completionCount() > 0; }
   JSONObject shaped() {
     std::lock_guard guard(mutex);
-    return outcome ? shapeResult(*outcome) : JSONObject{{"missing", true}};
+    return outcome ? testing::resultObject(*outcome) : JSONObject{{"missing", true}};
   }
 };
 
@@ -111,7 +112,6 @@ JSONObject timeoutResult(const std::string& message) {
 }
 
 TEST(CompletionTimeout, ShapesEachKindOfAnswer) {
-  AnyKeyMap nested{{AnyCodable(1), AnyCodable("kept as is")}};
   const JSONObject withData{
       {"success", true}, {"message", "start completed with data"}, {"data", JSONObject{{"status", "ok"}}}};
   const JSONObject plain{{"success", true}, {"message", "start completed"}};
@@ -132,10 +132,10 @@ TEST(CompletionTimeout, ShapesEachKindOfAnswer) {
       {"no dictionary", answering(std::nullopt, std::nullopt), plain},
       {"error with data", answering(ok, noKey), failed},
       {"non-string keys",
-       answering(AnyKeyMap{{"a", 1}, {7, "seven"}, {true, 2}, {"b", nested}}, std::nullopt),
+       answering(AnyKeyMap{{"a", 1}, {7, "seven"}, {true, 2}, {"b", "two"}}, std::nullopt),
        {{"success", true},
         {"message", "start completed with data"},
-        {"data", JSONObject{{"a", 1}, {"b", nested}}}}},
+        {"data", JSONObject{{"a", 1}, {"b", "two"}}}}},
       {"error from another thread", answering(std::nullopt, noKey, 1, true), failed},
       {"answered twice, first counts", answering(ok, std::nullopt, 2), withData},
   };

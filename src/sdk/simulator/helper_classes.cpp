@@ -43,7 +43,10 @@ void LumetraCrossPromotionHelper::logCrossPromoteImpression(const std::string& a
                                                             const std::optional<std::string>& campaign,
                                                             const std::optional<AnyKeyMap>& parameters) {
   LumetraLib::shared()->context().record(
-      "logCrossPromoteImpression:campaign:parameters:", {appID, toJournal(campaign), toJournal(parameters)},
+      "logCrossPromoteImpression:campaign:parameters:",
+      [&] {
+        return JSONArray{appID, toJournal(campaign), toJournal(parameters)};
+      },
       kCrossPromotionHelper);
 }
 
@@ -52,8 +55,12 @@ void LumetraCrossPromotionHelper::logAndOpenStore(const std::string& appID,
                                                   const std::optional<AnyKeyMap>& parameters,
                                                   OpenStoreBlock openStore) {
   auto& context = LumetraLib::shared()->context();
-  context.record("logAndOpenStore:campaign:parameters:openStore:",
-                 {appID, toJournal(campaign), toJournal(parameters)}, kCrossPromotionHelper);
+  context.record(
+      "logAndOpenStore:campaign:parameters:openStore:",
+      [&] {
+        return JSONArray{appID, toJournal(campaign), toJournal(parameters)};
+      },
+      kCrossPromotionHelper);
   const auto& reply = context.config().openStore;
   if (reply.kind != URLReply::Kind::url) return;
   URLValue url{reply.url.value_or(storeClickURL(appID, campaign))};
@@ -63,7 +70,8 @@ void LumetraCrossPromotionHelper::logAndOpenStore(const std::string& appID,
 }
 
 void SimLinkGenerator::set(std::string_view call, const std::string& name, const std::string& value) {
-  sdk_->context().record(call, {value}, kLinkGenerator);
+  sdk_->context().record(
+      call, [&] { return JSONArray{value}; }, kLinkGenerator);
   query_.insert_or_assign(name, AnyCodable(value));
 }
 
@@ -90,12 +98,14 @@ void SimLinkGenerator::setBaseDeeplink(const std::string& v) {
 }
 
 void SimLinkGenerator::setBrandDomain(const std::string& domain) {
-  sdk_->context().record("setBrandDomain:", {domain}, kLinkGenerator);
+  sdk_->context().record(
+      "setBrandDomain:", [&] { return JSONArray{domain}; }, kLinkGenerator);
   brandDomain_ = domain;
 }
 
 void SimLinkGenerator::addParameters(const JSONObject& parameters) {
-  sdk_->context().record("addParameters:", {toJournal(AnyCodable(parameters))}, kLinkGenerator);
+  sdk_->context().record(
+      "addParameters:", [&] { return JSONArray{toJournal(AnyCodable(parameters))}; }, kLinkGenerator);
   for (const auto& [key, value] : parameters) query_.insert_or_assign(key, value);
 }
 
@@ -113,7 +123,7 @@ void LumetraShareInviteHelper::generateInviteUrlWithLinkGenerator(GeneratorBlock
                                                                   InviteURLBlock completionHandler) {
   auto sdk = LumetraLib::shared();
   auto& context = sdk->context();
-  context.record("generateInviteUrlWithLinkGenerator:completionHandler:", {}, kShareInviteHelper);
+  context.record("generateInviteUrlWithLinkGenerator:completionHandler:", kShareInviteHelper);
   auto given = std::make_shared<SimLinkGenerator>(sdk);
   auto returned = std::dynamic_pointer_cast<SimLinkGenerator>(generator ? generator(given) : given);
   const auto& reply = context.config().inviteUrl;
@@ -128,16 +138,24 @@ void LumetraShareInviteHelper::generateInviteUrlWithLinkGenerator(GeneratorBlock
 
 void LumetraShareInviteHelper::logInvite(const std::optional<std::string>& channel,
                                          const std::optional<AnyKeyMap>& parameters) {
-  LumetraLib::shared()->context().record("logInvite:parameters:", {toJournal(channel), toJournal(parameters)},
-                                         kShareInviteHelper);
+  LumetraLib::shared()->context().record(
+      "logInvite:parameters:",
+      [&] {
+        return JSONArray{toJournal(channel), toJournal(parameters)};
+      },
+      kShareInviteHelper);
 }
 
 std::shared_ptr<const LMSDKPurchaseDetails> initPurchaseDetails(const std::string& productId,
                                                                 const std::string& transactionId,
                                                                 std::int64_t purchaseType) {
   auto& context = LumetraLib::shared()->context();
-  context.record("initWithProductId:transactionId:purchaseType:", {productId, transactionId, purchaseType},
-                 "LMSDKPurchaseDetails");
+  context.record(
+      "initWithProductId:transactionId:purchaseType:",
+      [&] {
+        return JSONArray{productId, transactionId, purchaseType};
+      },
+      "LMSDKPurchaseDetails");
   if (context.config().purchaseDetailsFail) return nullptr;
   return std::make_shared<const LMSDKPurchaseDetails>(
       LMSDKPurchaseDetails{productId, transactionId, purchaseType});

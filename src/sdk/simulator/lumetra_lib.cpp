@@ -46,7 +46,7 @@ LumetraLib::LumetraLib(std::shared_ptr<SimulatorContext> context)
     : context_(std::move(context)), delegates_(std::make_shared<DelegateSlots>()) {}
 
 void LumetraLib::startWithCompletionHandler(CompletionBlock completionHandler) {
-  context_->record("startWithCompletionHandler:", {});
+  context_->record("startWithCompletionHandler:");
   context_->answer(context_->config().start, std::move(completionHandler));
   if (const auto& conversion = context_->config().conversion) {
     reportToConversionDelegate(*context_, *conversion, delegates_, false);
@@ -68,8 +68,9 @@ void LumetraLib::logEventWithEventName(const std::string& eventName,
 
 void LumetraLib::setPluginInfoWith(std::int64_t plugin, const std::string& pluginVersion,
                                    const std::optional<AnyKeyMap>& additionalParams) {
-  context_->record("setPluginInfoWith:pluginVersion:additionalParams:",
-                   {plugin, pluginVersion, toJournal(additionalParams)});
+  context_->record("setPluginInfoWith:pluginVersion:additionalParams:", [&] {
+    return JSONArray{plugin, pluginVersion, toJournal(additionalParams)};
+  });
 }
 
 AnyKeyMap LumetraLib::additionalData() const {
@@ -95,45 +96,50 @@ void LumetraLib::setDeepLinkTimeout(std::uint64_t v) {
 }
 
 void LumetraLib::setHost(const std::string& host, const std::string& withHostPrefix) {
-  context_->record("setHost:withHostPrefix:", {host, withHostPrefix});
+  context_->record("setHost:withHostPrefix:", [&] { return JSONArray{host, withHostPrefix}; });
 }
 
 void LumetraLib::setInstallId(const std::string& installId) {
-  context_->record("setInstallId:", {installId});
+  context_->record("setInstallId:", [&] { return JSONArray{installId}; });
 }
 
 void LumetraLib::setSharingFilterForPartners(const std::optional<StringList>& partners) {
-  context_->record("setSharingFilterForPartners:", {toJournal(partners)});
+  context_->record("setSharingFilterForPartners:", [&] { return JSONArray{toJournal(partners)}; });
 }
 
 void LumetraLib::setPartnerDataWithPartnerId(const std::string& partnerId, const AnyKeyMap& partnerInfo) {
-  context_->record("setPartnerDataWithPartnerId:partnerInfo:", {partnerId, toJournal(partnerInfo)});
+  context_->record("setPartnerDataWithPartnerId:partnerInfo:", [&] {
+    return JSONArray{partnerId, toJournal(partnerInfo)};
+  });
 }
 
 void LumetraLib::waitForATTUserAuthorizationWithTimeoutInterval(double timeoutInterval) {
-  context_->record("waitForATTUserAuthorizationWithTimeoutInterval:", {timeoutInterval});
+  context_->record("waitForATTUserAuthorizationWithTimeoutInterval:",
+                   [&] { return JSONArray{timeoutInterval}; });
 }
 
 void LumetraLib::setConsentData(const LumetraConsent& consent) {
-  context_->record("setConsentData:", {toJournal(consent)});
+  context_->record("setConsentData:", [&] { return JSONArray{toJournal(consent)}; });
 }
 
 void LumetraLib::enableTCFDataCollection(bool enable) {
-  context_->record("enableTCFDataCollection:", {enable});
+  context_->record("enableTCFDataCollection:", [&] { return JSONArray{enable}; });
 }
 
 void LumetraLib::appendParametersToDeepLinkingURLWithString(const std::string& containsString,
                                                             const StringDictionary& parameters) {
-  context_->record("appendParametersToDeepLinkingURLWithString:parameters:",
-                   {containsString, toJournal(parameters)});
+  context_->record("appendParametersToDeepLinkingURLWithString:parameters:", [&] {
+    return JSONArray{containsString, toJournal(parameters)};
+  });
 }
 
 void LumetraLib::addPushNotificationDeepLinkPath(const StringList& deepLinkPath) {
-  context_->record("addPushNotificationDeepLinkPath:", {toJournal(deepLinkPath)});
+  context_->record("addPushNotificationDeepLinkPath:", [&] { return JSONArray{toJournal(deepLinkPath)}; });
 }
 
 void LumetraLib::enableFacebookDeferredApplinksWithClass(const std::optional<ClassHandle>& appLinkUtility) {
-  context_->record("enableFacebookDeferredApplinksWithClass:", {toJournal(appLinkUtility)});
+  context_->record("enableFacebookDeferredApplinksWithClass:",
+                   [&] { return JSONArray{toJournal(appLinkUtility)}; });
 }
 
 std::optional<URLValue> LumetraLib::facebookDeferredAppLink() const {
@@ -143,24 +149,25 @@ std::optional<URLValue> LumetraLib::facebookDeferredAppLink() const {
 }
 
 void LumetraLib::setFacebookDeferredAppLink(const std::optional<URLValue>& url) {
-  context_->record("setFacebookDeferredAppLink:", {toJournal(url)});
+  context_->record("setFacebookDeferredAppLink:", [&] { return JSONArray{toJournal(url)}; });
   store("facebookDeferredAppLink", url ? AnyCodable(*url) : AnyCodable());
 }
 
 void LumetraLib::handleOpenUrl(const URLValue& url, const std::optional<AnyKeyMap>& options) {
-  context_->record("handleOpenUrl:options:", {toJournal(url), toJournal(options)});
+  context_->record("handleOpenUrl:options:", [&] { return JSONArray{toJournal(url), toJournal(options)}; });
   reportOpenedURL();
 }
 
 bool LumetraLib::continueUserActivity(const LMUserActivity& userActivity,
                                       RestorationHandler /*restorationHandler*/) {
-  context_->record("continueUserActivity:restorationHandler:", {toJournal(userActivity)});
+  context_->record("continueUserActivity:restorationHandler:",
+                   [&] { return JSONArray{toJournal(userActivity)}; });
   reportOpenedURL();
   return true;
 }
 
 void LumetraLib::performOnAppAttributionWithURL(const URLValue& url) {
-  context_->record("performOnAppAttributionWithURL:", {toJournal(url)});
+  context_->record("performOnAppAttributionWithURL:", [&] { return JSONArray{toJournal(url)}; });
   reportOpenedURL();
 }
 
@@ -177,8 +184,9 @@ void LumetraLib::validateAndLogInAppPurchase(const std::string& productIdentifie
                                              const std::optional<AnyKeyMap>& additionalParameters,
                                              SuccessBlock success, FailureBlock failure) {
   context_->record(
-      "validateAndLogInAppPurchase:price:currency:transactionId:additionalParameters:success:failure:",
-      {productIdentifier, price, currency, transactionId, toJournal(additionalParameters)});
+      "validateAndLogInAppPurchase:price:currency:transactionId:additionalParameters:success:failure:", [&] {
+        return JSONArray{productIdentifier, price, currency, transactionId, toJournal(additionalParameters)};
+      });
   const auto& reply = context_->config().purchase;
   if (reply.kind == CompletionReply::Kind::error) {
     context_->answer(reply.timing, [failure = std::move(failure), error = reply.error] {
@@ -192,15 +200,17 @@ void LumetraLib::validateAndLogInAppPurchase(const std::string& productIdentifie
 void LumetraLib::validateAndLogInAppPurchase(std::shared_ptr<const LMSDKPurchaseDetails> details,
                                              const std::optional<AnyKeyMap>& purchaseAdditionalDetails,
                                              CompletionBlock completion) {
-  context_->record("validateAndLogInAppPurchase:purchaseAdditionalDetails:completion:",
-                   {toJournal(details), toJournal(purchaseAdditionalDetails)});
+  context_->record("validateAndLogInAppPurchase:purchaseAdditionalDetails:completion:", [&] {
+    return JSONArray{toJournal(details), toJournal(purchaseAdditionalDetails)};
+  });
   context_->answer(context_->config().purchaseV2, std::move(completion));
 }
 
 void LumetraLib::logAdRevenue(const LMAdRevenueData& adRevenueData,
                               const std::optional<AnyKeyMap>& additionalParameters) {
-  context_->record("logAdRevenue:additionalParameters:",
-                   {toJournal(adRevenueData), toJournal(additionalParameters)});
+  context_->record("logAdRevenue:additionalParameters:", [&] {
+    return JSONArray{toJournal(adRevenueData), toJournal(additionalParameters)};
+  });
 }
 
 }  // namespace lumetra_rpc::simulator

@@ -18,9 +18,8 @@ void shielded(const std::function<void()>& deliver) noexcept {
 SimulatorContext::SimulatorContext(SimulatorConfig config, std::shared_ptr<CallJournal> journal)
     : config_(std::move(config)), journal_(std::move(journal)) {}
 
-void SimulatorContext::record(std::string_view call, JSONArray args,
-                              std::optional<std::string_view> className) {
-  if (journal_) journal_->record(call, std::move(args), className);
+void SimulatorContext::record(std::string_view call, std::optional<std::string_view> className) {
+  if (journal_) journal_->record(call, {}, className);
 }
 
 void SimulatorContext::answer(const ReplyTiming& timing, std::function<void()> deliver) {

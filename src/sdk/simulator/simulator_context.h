@@ -29,14 +29,14 @@ class SimulatorContext {
   const SimulatorConfig& config() const noexcept { return config_; }
   SimScheduler& scheduler() noexcept { return scheduler_; }
 
-  void record(std::string_view call, JSONArray args,
-              std::optional<std::string_view> className = std::nullopt);
-  // For arguments that cost something to build (an event's values): they are built only
-  // when a journal is open.
+  // A call is journalled only while a journal is open; its arguments are built only then,
+  // so that an unrecorded setter copies nothing.
+  void record(std::string_view call, std::optional<std::string_view> className = std::nullopt);
   template <typename MakeArgs>
   requires std::is_invocable_r_v<JSONArray, MakeArgs&>
-  void record(std::string_view call, MakeArgs makeArgs) {
-    if (journal_) journal_->record(call, makeArgs());
+  void record(std::string_view call, MakeArgs makeArgs,
+              std::optional<std::string_view> className = std::nullopt) {
+    if (journal_) journal_->record(call, makeArgs(), className);
   }
 
   // Runs `deliver` `timing.times` times: at once on this thread without a delay, else
