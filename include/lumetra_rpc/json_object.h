@@ -156,7 +156,13 @@ class SortedObject {
 template <typename Value>
 SortedObject<Value> SortedObject<Value>::fromUnsorted(Members members) {
   auto byName = [](const value_type& a, const value_type& b) { return a.first < b.first; };
-  if (!std::is_sorted(members.begin(), members.end(), byName)) {
+  if (std::is_sorted(members.begin(), members.end(), byName)) {
+    // Already in order.
+  } else if (members.size() <= 16) {
+    // A few members sort in place, stably, with nothing to allocate.
+    for (auto at = members.begin() + 1; at != members.end(); ++at)
+      std::rotate(std::upper_bound(members.begin(), at, *at, byName), at, at + 1);
+  } else {
     // Sorting positions and moving each member once beats moving members while sorting.
     std::vector<std::uint32_t> order(members.size());
     for (std::uint32_t i = 0; i < order.size(); ++i) order[i] = i;

@@ -14,7 +14,10 @@ Unexpected<Error> missing(std::string_view name) {
 }
 
 Unexpected<Error> mustBe(std::string_view name, std::string_view suffix) {
-  return fail(Error::validationError(std::string(name) + std::string(suffix)));
+  std::string message;
+  message.reserve(name.size() + suffix.size());
+  message.append(name).append(suffix);
+  return fail(Error::validationError(std::move(message)));
 }
 
 // Numbers convert as a number object turns into a boolean: zero is false, anything else

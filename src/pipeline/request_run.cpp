@@ -31,7 +31,7 @@ std::string answerOf(const std::optional<AnyCodable>& id, const std::optional<SD
     auto written = outcome ? encodeResultResponse(id, *outcome)
                            : encodeResultResponse(id, handlers::unexpectedHandlerFailure());
     if (written) return std::move(written).value();
-    return encodeErrorResponse(written.error().toRPCError(), id);
+    return encodeErrorResponse(std::move(written).error().toRPCError(), id);
   } catch (...) {
     return encodeErrorResponse(unexpectedFailure(), id);
   }
@@ -53,13 +53,13 @@ Started startRequest(LMRPCRequestHandler& handler, std::string_view text) noexce
   try {
     auto request = decodeRequest(text);
     if (!request) {
-      started.answer = encodeErrorResponse(request.error().toRPCError(), std::nullopt);
+      started.answer = encodeErrorResponse(std::move(request).error().toRPCError(), std::nullopt);
       return started;
     }
     started.id = std::move(request->id);
     auto parsed = parseRequest(*request);
     if (!parsed) {
-      started.answer = encodeErrorResponse(parsed.error().toRPCError(), started.id);
+      started.answer = encodeErrorResponse(std::move(parsed).error().toRPCError(), started.id);
       return started;
     }
     auto routed = handler.route(std::move(parsed).value());

@@ -10,6 +10,14 @@ template <typename... Fs>
 Overload(Fs...) -> Overload<Fs...>;
 
 constexpr std::string_view kMissingParameterHead = "Missing required parameter: ";
+
+// One allocation for the whole message rather than one per piece.
+std::string joined(std::string_view head, std::string_view tail) {
+  std::string text;
+  text.reserve(head.size() + tail.size());
+  text.append(head).append(tail);
+  return text;
+}
 }  // namespace
 
 LMRPCClientError LMRPCClientError::invalidJSON(std::string message) {
@@ -40,34 +48,39 @@ std::string LMRPCClientError::errorDescription() const {
                         [](const UnknownMethod& e) { return "Unknown method: " + e.method; },
                         [](const ValidationError& e) { return e.message; },
                         [](const InternalError& e) { return e.message; },
-                        [](const MissingParameter& e) { return std::string(kMissingParameterHead) + e.name; },
+                        [](const MissingParameter& e) { return joined(kMissingParameterHead, e.name); },
                         [](const Timeout&) { return std::string("Request timed out"); },
                         [](const SDKNotInitialized&) { return std::string("SDK not initialized"); },
                     },
                     case_);
 }
 
-LMRPCError LMRPCClientError::toRPCError() const {
+LMRPCError LMRPCClientError::toRPCError() const& {
+  return LMRPCClientError(*this).toRPCError();
+}
+
+// Messages move into the error object; an error is made to be answered once.
+LMRPCError LMRPCClientError::toRPCError() && {
   return std::visit(Overload{
-                        [](const InvalidJSON& e) {
-                          return LMRPCError{400, e.message, {}};
+                        [](InvalidJSON& e) {
+                          return LMRPCError{400, std::move(e.message), {}};
                         },
-                        [](const UnknownMethod& e) {
-                          return LMRPCError{404, "Method not found: " + e.method, {}};
+                        [](UnknownMethod& e) {
+                          return LMRPCError{404, joined("Method not found: ", e.method), {}};
                         },
-                        [](const ValidationError& e) {
-                          return LMRPCError{422, e.message, e.details};
+                        [](ValidationError& e) {
+                          return LMRPCError{422, std::move(e.message), std::move(e.details)};
                         },
-                        [](const InternalError& e) {
-                          return LMRPCError{500, e.message, {}};
+                        [](InternalError& e) {
+                          return LMRPCError{500, std::move(e.message), {}};
                         },
-                        [](const MissingParameter& e) {
-                          return LMRPCError{422, std::string(kMissingParameterHead) + e.name, {}};
+                        [](MissingParameter& e) {
+                          return LMRPCError{422, joined(kMissingParameterHead, e.name), {}};
                         },
-                        [](const Timeout&) {
+                        [](Timeout&) {
                           return LMRPCError{503, "Request timeout", {}};
                         },
-                        [](const SDKNotInitialized&) {
+                        [](SDKNotInitialized&) {
                           return LMRPCError{503, "SDK not initialized", {}};
                         },
                     },

@@ -45,7 +45,8 @@ class LMRPCClientError {
 
   const Case& kind() const noexcept { return case_; }
   std::string errorDescription() const;
-  LMRPCError toRPCError() const;
+  LMRPCError toRPCError() const&;
+  LMRPCError toRPCError() &&;
 
  private:
   explicit LMRPCClientError(Case c) : case_(std::move(c)) {}

@@ -3,6 +3,8 @@
 #include <simdjson.h>
 #include <algorithm>
 #include <cmath>
+#include <deque>
+#include <iterator>
 
 #include "wire/json_text.h"
 
@@ -39,6 +41,32 @@ AnyCodable numberFromDouble(double d) {
 // even inside members that nobody reads. Keeping decodes the value; checking only
 // validates it and holds nothing, and takes a well-formed number of any size, since it is
 // never converted.
+// Per-thread buffers, one per nesting depth, that collect an array's elements or an
+// object's members before they move into a vector of exactly the right size: a vector
+// grown as members arrive would allocate several times for each value.
+template <typename Items>
+class Scratch {
+ public:
+  static Items& at(std::size_t depth) {
+    thread_local std::deque<Items> levels;
+    while (levels.size() <= depth) levels.emplace_back();
+    auto& items = levels[depth];
+    items.clear();
+    return items;
+  }
+
+  static Items take(Items& scratch) {
+    Items exact;
+    exact.reserve(scratch.size());
+    std::move(scratch.begin(), scratch.end(), std::back_inserter(exact));
+    scratch.clear();
+    // A huge request's buffer is not kept for the thread's lifetime.
+    constexpr std::size_t kKept = 1024;
+    if (scratch.capacity() > kKept) Items().swap(scratch);
+    return exact;
+  }
+};
+
 class Decoder {
  public:
   enum class Mode { keep, check };
@@ -76,7 +104,7 @@ class Decoder {
     if (depth > kMaxNestingDepth) return nestingFailure();
     od::object object;
     if (auto error = value.get_object().get(object)) return failure(error);
-    JSONObject::Members members;
+    auto& members = Scratch<JSONObject::Members>::at(depth);
     for (auto field : object) {
       std::string_view key;
       if (auto error = field.unescaped_key().get(key)) return failure(error);
@@ -86,7 +114,7 @@ class Decoder {
       if (!decoded) return Failure{decoded.error()};
       if (keep_) members.emplace_back(std::string(key), std::move(decoded).value());
     }
-    return AnyCodable(JSONObject::fromUnsorted(std::move(members)));
+    return AnyCodable(JSONObject::fromUnsorted(Scratch<JSONObject::Members>::take(members)));
   }
 
  private:
@@ -137,7 +165,7 @@ class Decoder {
     if (depth > kMaxNestingDepth) return nestingFailure();
     od::array array;
     if (auto error = value.get_array().get(array)) return failure(error);
-    JSONArray elements;
+    auto& elements = Scratch<JSONArray>::at(depth);
     for (auto element : array) {
       od::value item;
       if (auto error = element.get(item)) return failure(error);
@@ -145,7 +173,7 @@ class Decoder {
       if (!decoded) return Failure{decoded.error()};
       if (keep_) elements.push_back(std::move(decoded).value());
     }
-    return AnyCodable(std::move(elements));
+    return AnyCodable(Scratch<JSONArray>::take(elements));
   }
 
   static Failure nestingFailure() {
