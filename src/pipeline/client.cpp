@@ -3,7 +3,6 @@
 #include "lumetra_rpc/asio.h"
 
 #include <boost/asio/co_spawn.hpp>
-#include <boost/asio/strand.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
 #include "pipeline/client_internals.h"
@@ -56,8 +55,14 @@ boost::asio::awaitable<std::string> execute(LMRPCClient& client, std::string jso
   auto started = startRequest(*ClientInternals::handler(client), jsonRequest);
   std::string().swap(jsonRequest);  // the text is read; a long wait should not keep it
   if (!started.waiting) co_return std::move(*started.answer);
-  auto rest = spawnRest(client.shared_from_this(), std::move(started), boost::asio::use_awaitable);
-  co_return co_await std::move(rest);
+  // Already on the pool in a frame of our own: the case's wait is awaited right here.
+  auto keepAlive = client.shared_from_this();
+  std::optional<SDKOutcome> outcome;
+  try {
+    outcome.emplace(co_await std::move(*started.waiting));
+  } catch (...) {
+  }
+  co_return answerOf(started.id, outcome);
 }
 
 void LMRPCClient::executeWithJsonRequest(std::string jsonRequest, Completion completion) noexcept {

@@ -24,8 +24,10 @@ LMRPCError unexpectedFailure() {
   return LMRPCError{500, "An unexpected internal error occurred", {}};
 }
 
-// An absent outcome means the handler case threw, which the host sees as a result
-// failure, never as an exception. Every failure on the way still answers with the id.
+}  // namespace
+
+// A case that threw is a result failure to the host, never an exception. Every failure
+// on the way still answers with the id.
 std::string answerOf(const std::optional<AnyCodable>& id, const std::optional<SDKOutcome>& outcome) noexcept {
   try {
     auto written = outcome ? encodeResultResponse(id, *outcome)
@@ -36,8 +38,6 @@ std::string answerOf(const std::optional<AnyCodable>& id, const std::optional<SD
     return encodeErrorResponse(unexpectedFailure(), id);
   }
 }
-
-}  // namespace
 
 std::string oversizedRequestText() noexcept {
   return encodeErrorResponse(LMRPCClientError::invalidJSON("Request payload too large").toRPCError(),
@@ -72,18 +72,6 @@ Started startRequest(LMRPCRequestHandler& handler, std::string_view text) noexce
     started.answer = encodeErrorResponse(unexpectedFailure(), started.id);
   }
   return started;
-}
-
-boost::asio::awaitable<std::string> finishRequest(std::shared_ptr<LMRPCClient> self,
-                                                  boost::asio::awaitable<SDKOutcome> waiting,
-                                                  std::optional<AnyCodable> id) {
-  std::optional<SDKOutcome> outcome;
-  try {
-    outcome.emplace(co_await std::move(waiting));
-  } catch (...) {
-  }
-  self.reset();
-  co_return answerOf(id, outcome);
 }
 
 }  // namespace lumetra_rpc

@@ -3,7 +3,7 @@
 // Decoding, parsing and starting the case happen outside any coroutine: a request whose
 // case answers at once is written right there and never suspends, and a request waiting
 // on the SDK keeps neither its envelope nor its parsed form alive. Only a waiting case
-// has a rest to run, on a strand of its own.
+// has a rest to run: its own frame, spawned on the pool.
 
 #include <exception>
 #include <memory>
@@ -15,7 +15,6 @@
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/strand.hpp>
 
 #include "lumetra_rpc/client.h"
 #include "pipeline/client_internals.h"
@@ -37,10 +36,8 @@ struct Started {
 
 Started startRequest(LMRPCRequestHandler& handler, std::string_view text) noexcept;
 
-// The rest of a waiting request; keeps the client alive until the response is written.
-boost::asio::awaitable<std::string> finishRequest(std::shared_ptr<LMRPCClient> client,
-                                                  boost::asio::awaitable<SDKOutcome> waiting,
-                                                  std::optional<AnyCodable> id);
+// The response text for a case's outcome; an absent outcome means the case threw.
+std::string answerOf(const std::optional<AnyCodable>& id, const std::optional<SDKOutcome>& outcome) noexcept;
 
 // Texts of this many UTF-8 bytes or more are refused before anything reads them.
 inline constexpr std::size_t kMaxRequestBytes = 1'048'576;
@@ -48,16 +45,6 @@ std::string oversizedRequestText() noexcept;
 
 // The 500 error response with no id.
 std::string unexpectedFailureText() noexcept;
-
-// Runs the rest of a waiting request on a strand of its own: concurrent with every other
-// request, but its own completions (SDK answer, timer, cancellation) never overlap. The
-// token says how the response text comes back (a callback, or an awaitable).
-template <typename Token>
-auto spawnRest(std::shared_ptr<LMRPCClient> client, Started started, Token&& token) {
-  auto rest = finishRequest(std::move(client), std::move(*started.waiting), std::move(started.id));
-  auto strand = boost::asio::make_strand(runningCore().pool());
-  return boost::asio::co_spawn(strand, std::move(rest), std::forward<Token>(token));
-}
 
 template <typename Deliver>
 void deliverSafely(Deliver& deliver, std::string text) noexcept {
@@ -78,13 +65,26 @@ struct RequestJob {
     std::string().swap(text);
     if (!started.waiting) return deliverSafely(deliver, std::move(*started.answer));
     try {
-      spawnRest(std::move(client), std::move(started),
-                [deliver = std::move(deliver)](std::exception_ptr failure, std::string answer) mutable {
-                  deliverSafely(deliver, failure ? unexpectedFailureText() : std::move(answer));
-                });
+      wait(std::move(started));
     } catch (...) {
       deliverSafely(deliver, unexpectedFailureText());
     }
+  }
+
+  // The case's wait runs on the pool as it is, with no frame or strand of ours around it:
+  // its resumptions follow one another, so nothing of it ever runs twice at once. The
+  // client lives until the answer is written.
+  void wait(Started started) {
+    auto& waiting = *started.waiting;
+    boost::asio::co_spawn(
+        runningCore().pool(), std::move(waiting),
+        [client = std::move(client), id = std::move(started.id), deliver = std::move(deliver)](
+            std::exception_ptr failure, SDKOutcome outcome) mutable {
+          std::optional<SDKOutcome> reached;
+          if (!failure) reached.emplace(std::move(outcome));
+          deliverSafely(deliver, answerOf(id, reached));
+          client.reset();
+        });
   }
 };
 
