@@ -17,24 +17,32 @@ namespace {
 
 namespace asio = boost::asio;
 
+// The hop's job on the main queue: it carries the caller's handler, which moves only, and
+// keeps the caller's executor alive while main is busy.
 template <typename Handler>
-void hopToMain(Handler handler, std::function<void()> job) {
-  // The main queue holds copyable jobs, and the coroutine's handler moves only: it waits
-  // in a shared box. Keeping the caller's executor alive too while main is busy.
-  struct Resume {
-    Handler handler;
-    asio::executor_work_guard<asio::associated_executor_t<Handler>> work;
-  };
-  auto work = asio::make_work_guard(handler);
-  auto resume = std::make_shared<Resume>(Resume{std::move(handler), std::move(work)});
-  runningCore().mainQueue().post([resume, job = std::move(job)] {
+class Hop final : public QueuedJob {
+ public:
+  Hop(Handler handler, std::function<void()> job)
+      : handler_(std::move(handler)), work_(asio::make_work_guard(handler_)), job_(std::move(job)) {}
+
+  void run() override {
     // The caller awaits only "done": an exception from the job has nowhere to go.
-    callForeign(job);
+    callForeign(job_);
     // Back to the caller's own executor: resuming it inline would run request code on the
     // main executor.
-    auto executor = resume->work.get_executor();
-    asio::post(executor, std::move(resume->handler));
-  });
+    auto executor = work_.get_executor();
+    asio::post(executor, std::move(handler_));
+  }
+
+ private:
+  Handler handler_;
+  asio::executor_work_guard<asio::associated_executor_t<Handler>> work_;
+  std::function<void()> job_;
+};
+
+template <typename Handler>
+void hopToMain(Handler handler, std::function<void()> job) {
+  runningCore().mainQueue().post(std::make_shared<Hop<Handler>>(std::move(handler), std::move(job)));
 }
 
 }  // namespace

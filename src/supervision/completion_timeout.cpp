@@ -23,28 +23,43 @@ namespace {
 namespace asio = boost::asio;
 using asio::awaitable;
 
-// Starts both racers; whichever resumes the box first decides the race. The box is armed
-// before anything starts, so that even an immediate answer finds the waiter.
+// The race's shared state, and the main-executor job that starts the SDK operation: the
+// operation travels to the main executor inside it, with no wrapper of its own.
 template <typename Handler>
-void startRace(Handler handler, asio::steady_timer& timer, SDKOperation operation) {
-  auto box = std::make_shared<SDKContinuationBox<Handler>>();
-  auto slot = asio::get_associated_cancellation_slot(handler);
-  box->setContinuation(std::move(handler));
-  // A cancelled caller gets the SDK racer's "no answer" at once instead of waiting.
-  if (slot.is_connected()) slot.assign([box](asio::cancellation_type) { box->resume(SDKAnswer{}); });
-  // Expiry and cancellation end the timer alike; after a lost race the box ignores it.
-  timer.async_wait([box](boost::system::error_code) { box->resume(TimedOut{}); });
-  SDKCompletion completion = [box](std::optional<AnyKeyMap> dictionary, std::optional<SDKError> error) {
-    box->resume(SDKAnswer{std::move(dictionary), std::move(error)});
-  };
+class Race final : public SDKContinuationBox<Handler>,
+                   public QueuedJob,
+                   public std::enable_shared_from_this<Race<Handler>> {
+ public:
+  explicit Race(SDKOperation operation) : operation_(std::move(operation)) {}
+
   // Always on the main executor and asynchronously, never on the caller's thread. An SDK
   // operation that throws has not answered and may never answer: like an SDK that stays
   // silent, the timer decides.
-  runningCore().mainQueue().post([operation = std::move(operation), completion = std::move(completion)] {
-    callForeign([&] {
-      if (operation) operation(completion);
-    });
-  });
+  void run() override {
+    auto operation = std::move(operation_);
+    SDKCompletion completion = [race = this->shared_from_this()](std::optional<AnyKeyMap> dictionary,
+                                                                 std::optional<SDKError> error) {
+      race->resume(SDKAnswer{std::move(dictionary), std::move(error)});
+    };
+    if (operation) operation(std::move(completion));
+  }
+
+ private:
+  SDKOperation operation_;
+};
+
+// Starts both racers; whichever resumes the race first decides it. The race is armed
+// before anything starts, so that even an immediate answer finds the waiter.
+template <typename Handler>
+void startRace(Handler handler, asio::steady_timer& timer, SDKOperation operation) {
+  auto race = std::make_shared<Race<Handler>>(std::move(operation));
+  auto slot = asio::get_associated_cancellation_slot(handler);
+  race->setContinuation(std::move(handler));
+  // A cancelled caller gets the SDK racer's "no answer" at once instead of waiting.
+  if (slot.is_connected()) slot.assign([race](asio::cancellation_type) { race->resume(SDKAnswer{}); });
+  // Expiry and cancellation end the timer alike; after a lost race the box ignores it.
+  timer.async_wait([race](boost::system::error_code) { race->resume(TimedOut{}); });
+  runningCore().mainQueue().post(std::shared_ptr<QueuedJob>(race, race.get()));
 }
 
 std::chrono::nanoseconds timerDelay(double timeoutSeconds) {
@@ -83,11 +98,12 @@ SDKOutcome unexpectedOutcome(const std::string& operationName) {
 }  // namespace
 
 JSONObject stringKeyedCopy(const AnyKeyMap& dictionary) {
-  JSONObject copy;
+  JSONObject::Members members;
+  members.reserve(dictionary.size());
   for (const auto& [key, value] : dictionary) {
-    if (const auto* name = key.getIf<std::string>()) copy.insert_or_assign(*name, value);
+    if (const auto* name = key.getIf<std::string>()) members.emplace_back(*name, value);
   }
-  return copy;
+  return JSONObject::fromUnsorted(std::move(members));
 }
 
 awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds, std::string operationName,
