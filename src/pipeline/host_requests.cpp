@@ -18,7 +18,7 @@ std::optional<PendingRequests::Ticket> admit(PendingRequests::Completion& comple
   if (admission == PendingRequests::Admission::stopped) return std::nullopt;
   accepted = true;
   if (admission == PendingRequests::Admission::draining) {
-    pending.answer(ticket, shuttingDownText());
+    pending.answer(std::move(ticket), shuttingDownText());
     return std::nullopt;
   }
   return ticket;
@@ -36,8 +36,8 @@ bool submitRequest(const std::shared_ptr<LMRPCClient>& client, std::string text,
   try {
     auto ticket = admit(completion, accepted);
     if (!ticket) return accepted;
-    runRequest(client, std::move(text), [ticket = std::move(*ticket)](std::string answer) {
-      PendingRequests::shared().answer(ticket, std::move(answer));
+    runRequest(client, std::move(text), [ticket = std::move(*ticket)](std::string answer) mutable {
+      PendingRequests::shared().answer(std::move(ticket), std::move(answer));
     });
   } catch (...) {
     // Only allocation can fail before the ticket exists; the host learns it at the call.
@@ -49,7 +49,7 @@ bool submitAnswered(std::string answer, PendingRequests::Completion completion) 
   bool accepted = false;
   try {
     auto ticket = admit(completion, accepted);
-    if (ticket) PendingRequests::shared().answer(*ticket, std::move(answer));
+    if (ticket) PendingRequests::shared().answer(std::move(*ticket), std::move(answer));
   } catch (...) {
   }
   return accepted;

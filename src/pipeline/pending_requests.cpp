@@ -1,5 +1,7 @@
 #include "pipeline/pending_requests.h"
 
+#include <boost/asio/recycling_allocator.hpp>
+
 #include "runtime/immortal.h"
 #include "runtime/runtime_core.h"
 
@@ -34,7 +36,10 @@ PendingRequests& PendingRequests::shared() {
 }
 
 PendingRequests::Admission PendingRequests::open(Completion completion, Ticket& ticket) {
-  auto slot = std::make_shared<Slot>(*this, std::move(completion));
+  // From the thread's recycled memory: a slot is usually opened and freed on the host's
+  // main thread, so a host that sends from its completions reuses the same few blocks.
+  auto slot =
+      std::allocate_shared<Slot>(boost::asio::recycling_allocator<Slot>(), *this, std::move(completion));
   std::lock_guard lock(mutex_);
   if (admission_ == Admission::stopped) return admission_;
   slot->next = first_;
@@ -52,7 +57,7 @@ void PendingRequests::unlink(Slot& slot) noexcept {
   slot.previous = slot.next = nullptr;
 }
 
-void PendingRequests::answer(const Ticket& ticket, std::string text) noexcept {
+void PendingRequests::answer(Ticket ticket, std::string text) noexcept {
   {
     std::lock_guard lock(mutex_);
     if (!ticket || ticket->answered) return;
@@ -61,7 +66,7 @@ void PendingRequests::answer(const Ticket& ticket, std::string text) noexcept {
   }
   // Only this call got past the flag, so nothing else touches the text now.
   ticket->text = std::move(text);
-  queue(ticket);
+  queue(std::move(ticket));
 }
 
 void PendingRequests::answerAll(const std::string& text) noexcept {
@@ -82,13 +87,13 @@ void PendingRequests::answerAll(const std::string& text) noexcept {
       owned->text = text;
     } catch (...) {
     }
-    queue(owned);
+    queue(std::move(owned));
   }
 }
 
-void PendingRequests::queue(const Ticket& slot) noexcept {
+void PendingRequests::queue(Ticket slot) noexcept {
   bool queued = false;
-  if (auto* core = RuntimeCore::ifStarted()) queued = core->mainQueue().post(slot);
+  if (auto* core = RuntimeCore::ifStarted()) queued = core->mainQueue().post(std::move(slot));
   // A job dropped by a closed queue is never counted down, but the count is only read
   // before the queue closes.
   if (!queued) undelivered_.fetch_sub(1, std::memory_order_acq_rel);

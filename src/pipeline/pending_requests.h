@@ -31,7 +31,8 @@ class PendingRequests {
 
   // Queues the slot's completion with `text` on the main executor, unless the slot was
   // answered already.
-  void answer(const Ticket& ticket, std::string text) noexcept;
+  // Takes the caller's ticket, so that the slot's last owner is the main-executor job.
+  void answer(Ticket ticket, std::string text) noexcept;
   // Answers every slot still open with `text`.
   void answerAll(const std::string& text) noexcept;
 
@@ -41,7 +42,7 @@ class PendingRequests {
   std::size_t undelivered() const noexcept { return undelivered_.load(std::memory_order_acquire); }
 
  private:
-  void queue(const Ticket& slot) noexcept;
+  void queue(Ticket slot) noexcept;
   void unlink(Slot& slot) noexcept;
 
   mutable std::mutex mutex_;
