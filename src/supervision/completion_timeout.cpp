@@ -8,13 +8,13 @@
 #include <boost/asio/associated_cancellation_slot.hpp>
 #include <boost/asio/async_result.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
 #include "runtime/host_call.h"
 #include "runtime/runtime_core.h"
 #include "supervision/continuation_box.h"
+#include "supervision/race_deadlines.h"
 #include "wire/number_text.h"
 
 namespace lumetra_rpc {
@@ -23,14 +23,19 @@ namespace {
 namespace asio = boost::asio;
 using asio::awaitable;
 
-// The race's shared state, and the main-executor job that starts the SDK operation: the
-// operation travels to the main executor inside it, with no wrapper of its own.
+// The race's shared state, its deadline, and the main-executor job that starts the SDK
+// operation: the operation travels to the main executor inside it, with no wrapper of its
+// own.
 template <typename Handler>
 class Race final : public SDKContinuationBox<Handler>,
                    public QueuedJob,
+                   public RaceDeadline,
                    public std::enable_shared_from_this<Race<Handler>> {
  public:
   explicit Race(SDKOperation operation) : operation_(std::move(operation)) {}
+
+  // After a lost race the box ignores the expiry.
+  void expire() noexcept override { this->resume(TimedOut{}); }
 
   // Always on the main executor and asynchronously, never on the caller's thread. An SDK
   // operation that throws has not answered and may never answer: like an SDK that stays
@@ -51,14 +56,15 @@ class Race final : public SDKContinuationBox<Handler>,
 // Starts both racers; whichever resumes the race first decides it. The race is armed
 // before anything starts, so that even an immediate answer finds the waiter.
 template <typename Handler>
-void startRace(Handler handler, asio::steady_timer& timer, SDKOperation operation) {
+void startRace(Handler handler, std::chrono::nanoseconds delay, SDKOperation operation,
+               std::shared_ptr<RaceDeadline>& deadline) {
   auto race = std::make_shared<Race<Handler>>(std::move(operation));
   auto slot = asio::get_associated_cancellation_slot(handler);
   race->setContinuation(std::move(handler));
   // A cancelled caller gets the SDK racer's "no answer" at once instead of waiting.
   if (slot.is_connected()) slot.assign([race](asio::cancellation_type) { race->resume(SDKAnswer{}); });
-  // Expiry and cancellation end the timer alike; after a lost race the box ignores it.
-  timer.async_wait([race](boost::system::error_code) { race->resume(TimedOut{}); });
+  deadline = race;
+  armDeadline(deadline, delay);
   runningCore().mainQueue().post(std::shared_ptr<QueuedJob>(race, race.get()));
 }
 
@@ -120,13 +126,16 @@ awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds, std::strin
     first.emplace(SDKAnswer{});
   } else {
     try {
-      asio::steady_timer timer(co_await asio::this_coro::executor, timerDelay(timeoutSeconds));
+      std::shared_ptr<RaceDeadline> deadline;
       auto racing = asio::async_initiate<const asio::use_awaitable_t<>, void(SDKRaceResult)>(
-          [&timer](auto handler, SDKOperation op) { startRace(std::move(handler), timer, std::move(op)); },
+          [&deadline, delay = timerDelay(timeoutSeconds)](auto handler, SDKOperation op) {
+            startRace(std::move(handler), delay, std::move(op), deadline);
+          },
           asio::use_awaitable, std::move(operation));
       first.emplace(co_await std::move(racing));
-      // The losing timer ends now rather than at its expiry; a losing SDK is ignored.
-      timer.cancel();
+      // A race the SDK won leaves its lane now rather than at its expiry; a losing SDK is
+      // ignored.
+      if (deadline) disarmDeadline(*deadline);
     } catch (...) {
       // Only allocation failure can get here; the race then yielded nothing.
     }

@@ -1,5 +1,6 @@
 #include "supervision/completion_timeout.h"
 
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <stdexcept>
@@ -185,6 +186,30 @@ TEST(CompletionTimeout, CancellingTheCallerEndsTheRaceAtOnce) {
   const JSONObject completed{{"success", true}, {"message", "start completed"}};
   EXPECT_TRUE(shaped == completed ||
               shaped == timeoutResult("start operation timed out after 120.0 seconds"));
+}
+
+// Races of one length share a deadline list and one timer: a shorter race started later
+// must not wait behind a longer one of another length, and answered races mixed into the
+// lists must neither expire nor hold the others up.
+TEST(CompletionTimeout, DeadlinesOfManyRacesKeepTheirOwnLength) {
+  auto slow = spawnRace(0.5, "start", silently(std::make_shared<Silent>()), false);
+  std::vector<std::shared_ptr<Race>> won;
+  std::vector<std::shared_ptr<Race>> lost;
+  for (int i = 0; i < 20; ++i) {
+    won.push_back(spawnRace(kAnswerWins, "start", answering(std::nullopt, std::nullopt), i % 2 == 0));
+    lost.push_back(spawnRace(kShort, "logEvent", silently(std::make_shared<Silent>()), i % 2 == 0));
+  }
+  ASSERT_TRUE(testing::pumpUntil(
+      [&] { return std::all_of(lost.begin(), lost.end(), [](auto& r) { return r->done(); }); }));
+  EXPECT_FALSE(slow->done());
+  for (auto& race : lost)
+    EXPECT_EQ(race->shaped(), timeoutResult("logEvent operation timed out after 0.05 seconds"));
+  for (auto& race : won) {
+    ASSERT_TRUE(testing::pumpUntil([&] { return race->done(); }));
+    EXPECT_EQ(race->shaped(), (JSONObject{{"success", true}, {"message", "start completed"}}));
+  }
+  ASSERT_TRUE(testing::pumpUntil([&] { return slow->done(); }));
+  EXPECT_EQ(slow->shaped(), timeoutResult("start operation timed out after 0.5 seconds"));
 }
 
 }  // namespace
