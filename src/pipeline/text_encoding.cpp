@@ -7,18 +7,14 @@
 namespace lumetra_rpc {
 namespace {
 
-// Appends the id, or null when the request had none.
-Expected<std::monostate, WriteFailure> appendId(std::string& out, const std::optional<AnyCodable>& id) {
-  if (id) return writeJSON(*id, out);
+Expected<std::monostate, WriteFailure> appendNull(std::string& out) {
   out += "null";
   return std::monostate{};
 }
 
-// Room for the usual answer up front: growing from empty costs several reallocations.
-std::string responseBuffer() {
-  std::string text;
-  text.reserve(256);
-  return text;
+// Appends the id, or null when the request had none.
+Expected<std::monostate, WriteFailure> appendId(std::string& out, const std::optional<AnyCodable>& id) {
+  return id ? writeJSON(*id, out) : appendNull(out);
 }
 
 ClientResult<std::string> finish(std::string text, std::string_view label) {
@@ -34,21 +30,33 @@ Unexpected<LMRPCClientError> encodeFailure(std::string_view label, const WriteFa
       LMRPCClientError::internalError("Failed to encode " + std::string(label) + ": " + failure.description));
 }
 
-}  // namespace
-
-// Members in sorted order: error, id, result.
-ClientResult<std::string> encodeResultResponse(const std::optional<AnyCodable>& id,
-                                               const SDKOutcome& outcome) {
-  auto text = responseBuffer();
-  text += "{\"error\":null,\"id\":";
-  auto written = appendId(text, id);
+// The members in sorted order: error, id, result. One of the two parts is null.
+template <typename ErrorPart, typename ResultPart>
+ClientResult<std::string> encodeEnvelope(const std::optional<AnyCodable>& id, ErrorPart writeErrorPart,
+                                         ResultPart writeResultPart) {
+  // Room for the usual answer up front: growing from empty costs several reallocations.
+  std::string text;
+  text.reserve(256);
+  text += "{\"error\":";
+  auto written = writeErrorPart(text);
+  if (written) {
+    text += ",\"id\":";
+    written = appendId(text, id);
+  }
   if (written) {
     text += ",\"result\":";
-    written = writeResult(outcome, text);
+    written = writeResultPart(text);
   }
   if (!written) return encodeFailure("response", written.error());
   text += '}';
   return finish(std::move(text), "response");
+}
+
+}  // namespace
+
+ClientResult<std::string> encodeResultResponse(const std::optional<AnyCodable>& id,
+                                               const SDKOutcome& outcome) {
+  return encodeEnvelope(id, appendNull, [&](std::string& out) { return writeResult(outcome, out); });
 }
 
 ClientResult<std::string> encodeEvent(const LMRPCEvent& event) {
@@ -59,17 +67,9 @@ ClientResult<std::string> encodeEvent(const LMRPCEvent& event) {
 
 std::string encodeErrorResponse(const LMRPCError& error, const std::optional<AnyCodable>& id) noexcept {
   try {
-    auto text = responseBuffer();
-    text += "{\"error\":";
-    auto written = writeError(error, text);
-    if (written) {
-      text += ",\"id\":";
-      written = appendId(text, id);
-    }
-    if (written) {
-      text += ",\"result\":null}";
-      if (auto checked = finish(std::move(text), "response")) return std::move(checked).value();
-    }
+    auto text = encodeEnvelope(
+        id, [&](std::string& out) { return writeError(error, out); }, appendNull);
+    if (text) return std::move(text).value();
   } catch (...) {
   }
   return std::string(kResponseFallbackText);
