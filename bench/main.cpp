@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <fstream>
@@ -107,13 +108,17 @@ bool writeFigures(const Figures& figures, const char* path) {
 int run(int argc, char** argv) {
   const char* jsonPath = nullptr;
   const char* only = nullptr;  // one measure alone, for profiling
+  double pace = 0;             // a fixed latency pace, to compare trees at one load
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--json") == 0 && i + 1 < argc) {
       jsonPath = argv[++i];
     } else if (std::strcmp(argv[i], "--only") == 0 && i + 1 < argc) {
       only = argv[++i];
+    } else if (std::strcmp(argv[i], "--pace") == 0 && i + 1 < argc && std::atof(argv[i + 1]) > 0) {
+      pace = std::atof(argv[++i]);
     } else {
-      std::fprintf(stderr, "usage: %s [--json FILE] [--only request|bridge|peer|waits|allocs|latency]\n",
+      std::fprintf(stderr,
+                   "usage: %s [--json FILE] [--only request|bridge|peer|waits|allocs|latency] [--pace RPS]\n",
                    argv[0]);
       return 2;
     }
@@ -141,8 +146,9 @@ int run(int argc, char** argv) {
     measureAllocations(figures);
   }
   if (chosen("latency")) {
-    // Half of the capacity this run measured; measured here when the run did not.
-    double capacity = figure(figures, "bridge_rps");
+    // Half of the capacity this run measured (measured here when the run did not), or
+    // the pace asked for.
+    double capacity = pace > 0 ? 2 * pace : figure(figures, "bridge_rps");
     if (std::isnan(capacity)) {
       Figures alone;
       measureThroughput(alone, true, false);
