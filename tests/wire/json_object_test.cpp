@@ -1,3 +1,5 @@
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "wire/json_reader.h"
@@ -27,6 +29,12 @@ TEST(JSONObject, KeepsMembersSortedAndTheLastOfEqualNames) {
   auto object = JSONObject::fromUnsorted({{"b", 1}, {"a", 2}, {"b", 3}, {"c", 4}, {"a", 5}});
   EXPECT_EQ(*writeJSON(object), R"({"a":5,"b":3,"c":4})");
   EXPECT_EQ(*writeJSON(*readJSON(R"({"z":1,"y":{"k":1,"k":2},"z":3})")), R"({"y":{"k":2},"z":3})");
+  // Past a few members the sort takes another path; it must keep the same order and rule.
+  JSONObject::Members many;
+  for (int i = 300; i > 0; --i) many.emplace_back("k" + std::to_string(i % 7), i);
+  auto sorted = JSONObject::fromUnsorted(std::move(many));
+  ASSERT_EQ(sorted.size(), 7u);
+  for (int k = 0; k < 7; ++k) EXPECT_EQ(sorted.begin()[k].second, AnyCodable(k == 0 ? 7 : k));
   JSONObject built;
   for (const char* name : {"m", "a", "z", "b"}) EXPECT_TRUE(built.emplace(name, 1).second);
   EXPECT_FALSE(built.emplace("a", 2).second);
