@@ -25,12 +25,8 @@ std::optional<AnyKeyMap> toSDKDictionary(const std::optional<JSONObject>& dictio
 }
 
 // Where the SDK declares string keys, an entry under any other key cannot be read.
-AnyKeyMap withStringKeys(const AnyKeyMap& dictionary) {
-  AnyKeyMap kept;
-  for (const auto& entry : dictionary) {
-    if (entry.first.getIf<std::string>()) kept.push_back(entry);
-  }
-  return kept;
+void keepStringKeys(AnyKeyMap& dictionary) {
+  std::erase_if(dictionary, [](const auto& entry) { return !entry.first.template getIf<std::string>(); });
 }
 
 JSONObject toJSONObject(const AnyKeyMap& dictionary) {
@@ -47,7 +43,7 @@ simulator::CompletionBlock readingStringKeys(SDKCompletion completion) {
   return [completion = std::move(completion)](std::optional<AnyKeyMap> dictionary,
                                               std::optional<SDKError> error) {
     if (!completion) return;
-    if (dictionary) dictionary = withStringKeys(*dictionary);
+    if (dictionary) keepStringKeys(*dictionary);
     completion(std::move(dictionary), std::move(error));
   };
 }

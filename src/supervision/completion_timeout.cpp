@@ -104,12 +104,15 @@ SDKOutcome unexpectedOutcome(const std::string& operationName) {
 }  // namespace
 
 JSONObject stringKeyedCopy(const AnyKeyMap& dictionary) {
-  JSONObject::Members members;
-  members.reserve(dictionary.size());
+  // Gathered in the thread's own buffer, so that only the object itself is allocated.
+  thread_local JSONObject::Members members;
+  members.clear();
   for (const auto& [key, value] : dictionary) {
     if (const auto* name = key.getIf<std::string>()) members.emplace_back(*name, value);
   }
-  return JSONObject::fromUnsorted(std::move(members));
+  auto object = JSONObject::fromUnsorted(std::span(members));
+  members.clear();
+  return object;
 }
 
 awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds, std::string operationName,

@@ -34,16 +34,9 @@ AnyCodable numberFromDouble(double d) {
   return d;
 }
 
-// Decoded text needs no check of its own: simdjson validates the whole input as UTF-8 and
-// refuses escapes that spell lone surrogates.
-//
-// Walks one value in full, so that malformed text anywhere in the document is refused,
-// even inside members that nobody reads. Keeping decodes the value; checking only
-// validates it and holds nothing, and takes a well-formed number of any size, since it is
-// never converted.
 // Per-thread buffers, one per nesting depth, that collect an array's elements or an
-// object's members before they move into a vector of exactly the right size: a vector
-// grown as members arrive would allocate several times for each value.
+// object's members before they move into an array or object of exactly the right size:
+// one grown as members arrive would allocate several times for each value.
 template <typename Items>
 class Scratch {
  public:
@@ -59,14 +52,25 @@ class Scratch {
     Items exact;
     exact.reserve(scratch.size());
     std::move(scratch.begin(), scratch.end(), std::back_inserter(exact));
+    done(scratch);
+    return exact;
+  }
+
+  static void done(Items& scratch) noexcept {
     scratch.clear();
     // A huge request's buffer is not kept for the thread's lifetime.
     constexpr std::size_t kKept = 1024;
     if (scratch.capacity() > kKept) Items().swap(scratch);
-    return exact;
   }
 };
 
+// Decoded text needs no check of its own: simdjson validates the whole input as UTF-8 and
+// refuses escapes that spell lone surrogates.
+//
+// Walks one value in full, so that malformed text anywhere in the document is refused,
+// even inside members that nobody reads. Keeping decodes the value; checking only
+// validates it and holds nothing, and takes a well-formed number of any size, since it is
+// never converted.
 class Decoder {
  public:
   enum class Mode { keep, check };
@@ -114,7 +118,9 @@ class Decoder {
       if (!decoded) return Failure{decoded.error()};
       if (keep_) members.emplace_back(std::string(key), std::move(decoded).value());
     }
-    return AnyCodable(JSONObject::fromUnsorted(Scratch<JSONObject::Members>::take(members)));
+    auto sorted = JSONObject::fromUnsorted(std::span(members));
+    Scratch<JSONObject::Members>::done(members);
+    return AnyCodable(std::move(sorted));
   }
 
  private:

@@ -1,4 +1,7 @@
+#include <algorithm>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -23,6 +26,21 @@ TEST(JSONObject, CopiesNeverSeeEachOthersChanges) {
   copy.clear();
   EXPECT_EQ(*writeJSON(third), R"({"a":{"x":"y"},"b":2,"c":3})");
   EXPECT_TRUE(copy.empty());
+
+  // Growing and shrinking in every position, with a copy holding each earlier state.
+  JSONObject grown;
+  std::vector<std::pair<JSONObject, std::size_t>> states;
+  for (int i = 0; i < 40; ++i) {
+    grown[std::to_string((i * 17) % 40)] = i;
+    states.emplace_back(grown, grown.size());
+  }
+  for (int i = 0; i < 40; i += 3) EXPECT_EQ(grown.erase(std::to_string(i)), 1u);
+  EXPECT_EQ(grown.erase("absent"), 0u);
+  EXPECT_EQ(grown.size(), 26u);
+  EXPECT_TRUE(std::is_sorted(grown.begin(), grown.end(), [](auto& a, auto& b) { return a.first < b.first; }));
+  for (const auto& [state, size] : states) EXPECT_EQ(state.size(), size);
+  EXPECT_EQ(states.back().first.at("0"), AnyCodable(0));
+  EXPECT_EQ(states.back().first.at("17"), AnyCodable(1));
 }
 
 TEST(JSONObject, KeepsMembersSortedAndTheLastOfEqualNames) {
