@@ -10,7 +10,7 @@ namespace {
 
 using SDK = LMRPCComplexConfigSDK;
 
-SDKOutcome success(std::string message) {
+SDKOutcome success(OutcomeMessage message) {
   return SDKSuccess{std::move(message), std::nullopt};
 }
 

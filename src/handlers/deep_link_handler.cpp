@@ -13,7 +13,7 @@ using SDKPtr = std::shared_ptr<LMRPCDeepLinkSDK>;
 // Looked up by name: the host application may link the Facebook SDK; this library never does.
 constexpr std::string_view kFacebookAppLinkClass = "FBSDKAppLinkUtility";
 
-SDKOutcome success(std::string message) {
+SDKOutcome success(OutcomeMessage message) {
   return SDKSuccess{std::move(message), std::nullopt};
 }
 
@@ -33,8 +33,8 @@ SDKOutcome apply(const SDKPtr& sdk, LMRPCEnableFacebookDeferredApplinksRequest r
   std::optional<ClassHandle> appLinkUtility;
   if (r.enable) appLinkUtility = sdk->lookupClass(kFacebookAppLinkClass);
   sdk->enableFacebookDeferredApplinks(appLinkUtility);
-  return success(r.enable ? "Facebook deferred applinks enabled (FBSDKAppLinkUtility)"
-                          : "Facebook deferred applinks disabled");
+  return success(r.enable ? ConstantText("Facebook deferred applinks enabled (FBSDKAppLinkUtility)")
+                          : ConstantText("Facebook deferred applinks disabled"));
 }
 
 // This link arrives as plain text, so the scheme check that URL parameters get while

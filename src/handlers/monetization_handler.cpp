@@ -15,7 +15,7 @@ struct MonetizationContext {
   TimeoutConfig timeouts;
 };
 
-SDKOutcome success(std::string message) {
+SDKOutcome success(OutcomeMessage message) {
   return SDKSuccess{std::move(message), std::nullopt};
 }
 

@@ -32,7 +32,9 @@ SDKOutcome apply(SDK& sdk, const LMRPCSetConsentDataRequest& r) {
 
 SDKOutcome apply(SDK& sdk, const LMRPCEnableTCFDataCollectionRequest& r) {
   sdk.enableTCFDataCollection(r.enable);
-  return SDKSuccess{r.enable ? "TCF data collection enabled" : "TCF data collection disabled", std::nullopt};
+  return SDKSuccess{
+      r.enable ? ConstantText("TCF data collection enabled") : ConstantText("TCF data collection disabled"),
+      std::nullopt};
 }
 
 }  // namespace

@@ -10,14 +10,15 @@ using SDK = LMRPCSimpleConfigSDK;
 
 // Every case writes one value through one member and answers with a fixed message.
 template <typename Value, typename Arg>
-SDKOutcome write(SDK& sdk, void (SDK::*setter)(Arg), const Value& value, std::string message) {
+SDKOutcome write(SDK& sdk, void (SDK::*setter)(Arg), const Value& value, OutcomeMessage message) {
   (sdk.*setter)(value);
   return SDKSuccess{std::move(message), std::nullopt};
 }
 
 SDKOutcome apply(SDK& sdk, const LMRPCIsDebugRequest& r) {
-  return write(sdk, &SDK::setIsDebug, r.isDebug,
-               r.isDebug ? "Debug mode enabled" : "Debug mode disabled (default)");
+  return write(
+      sdk, &SDK::setIsDebug, r.isDebug,
+      r.isDebug ? ConstantText("Debug mode enabled") : ConstantText("Debug mode disabled (default)"));
 }
 
 SDKOutcome apply(SDK& sdk, const LMRPCSetCustomerUserIdRequest& r) {
@@ -82,7 +83,8 @@ SDKOutcome apply(SDK& sdk, const LMRPCSetCurrentDeviceLanguageRequest& r) {
 }
 
 SDKOutcome apply(SDK& sdk, const LMRPCSetStoppedRequest& r) {
-  return write(sdk, &SDK::setIsStopped, r.stopped, r.stopped ? "SDK stopped" : "SDK resumed");
+  return write(sdk, &SDK::setIsStopped, r.stopped,
+               r.stopped ? ConstantText("SDK stopped") : ConstantText("SDK resumed"));
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ namespace {
 template <typename SetDelegate>
 SDKOutcome registerListener(const std::weak_ptr<LMRPCRequestHandler>& handlerInstance,
                             LMRPCHandlerStateActor& stateActor, ListenerGate gate, SetDelegate setDelegate,
-                            const char* kind, const char* registered) {
+                            const char* kind, ConstantText registered) {
   auto handler = handlerInstance.lock();
   if (!handler) {
     return SDKFailure::ofType(

@@ -78,26 +78,28 @@ std::chrono::nanoseconds timerDelay(double timeoutSeconds) {
   return std::chrono::nanoseconds(static_cast<std::int64_t>(static_cast<std::uint64_t>(nanoseconds)));
 }
 
-SDKOutcome outcomeOfAnswer(const std::string& operationName, SDKAnswer answer) {
+SDKOutcome outcomeOfAnswer(ConstantText operationName, SDKAnswer answer) {
   if (answer.error) {
-    return SDKFailure{operationName + " completed with error", answer.error->localizedDescription,
-                      std::string(error_type::kSDK), answer.error->code};
+    return SDKFailure{{operationName, " completed with error"},
+                      std::move(answer.error->localizedDescription),
+                      std::string(error_type::kSDK),
+                      answer.error->code};
   }
   if (answer.dictionary && !answer.dictionary->empty())
-    return SDKSuccess{operationName + " completed with data", stringKeyedCopy(*answer.dictionary)};
-  return SDKSuccess{operationName + " completed", std::nullopt};
+    return SDKSuccess{{operationName, " completed with data"}, stringKeyedCopy(*answer.dictionary)};
+  return SDKSuccess{{operationName, " completed"}, std::nullopt};
 }
 
-SDKOutcome outcomeOf(const std::string& operationName, double timeoutSeconds, SDKRaceResult result) {
+SDKOutcome outcomeOf(ConstantText operationName, double timeoutSeconds, SDKRaceResult result) {
   if (auto* answer = std::get_if<SDKAnswer>(&result))
     return outcomeOfAnswer(operationName, std::move(*answer));
-  return SDKFailure::ofType(
-      operationName + " operation timed out after " + formatNumberForMessage(timeoutSeconds) + " seconds",
-      error_type::kTimeout);
+  return SDKFailure::ofType(std::string(operationName.view()) + " operation timed out after " +
+                                formatNumberForMessage(timeoutSeconds) + " seconds",
+                            error_type::kTimeout);
 }
 
-SDKOutcome unexpectedOutcome(const std::string& operationName) {
-  return SDKFailure::ofType(operationName + " operation failed: unexpected task group behavior",
+SDKOutcome unexpectedOutcome(ConstantText operationName) {
+  return SDKFailure::ofType({operationName, " operation failed: unexpected task group behavior"},
                             error_type::kInternal);
 }
 
@@ -115,7 +117,7 @@ JSONObject stringKeyedCopy(const AnyKeyMap& dictionary) {
   return object;
 }
 
-awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds, std::string operationName,
+awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds, ConstantText operationName,
                                                SDKOperation operation) {
   // Cancellation of the caller shortens the race instead of throwing out of it; the
   // caller's own setting is restored before returning.

@@ -17,7 +17,7 @@ namespace lumetra_rpc {
 
 using SDKOperation = std::function<void(SDKCompletion completion)>;
 
-boost::asio::awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds, std::string operationName,
+boost::asio::awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds, ConstantText operationName,
                                                             SDKOperation operation);
 
 // The entries of an SDK dictionary whose keys are strings, values unchanged.

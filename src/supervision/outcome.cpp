@@ -7,7 +7,7 @@ namespace {
 void writeSuccess(const SDKSuccess& success, MemberWriter& result) {
   // An empty data object is still data: it is written as {}, not left out.
   if (success.data) result.object("data", *success.data);
-  result.string("message", success.message);
+  result.string("message", success.message.head(), success.message.tail());
   result.boolean("success", true);
 }
 
@@ -16,7 +16,7 @@ void writeFailure(const SDKFailure& failure, MemberWriter& result) {
   if (failure.error) result.string("error", *failure.error);
   if (failure.errorCode) result.integer("errorCode", *failure.errorCode);
   if (failure.errorType) result.string("errorType", *failure.errorType);
-  result.string("message", failure.message);
+  result.string("message", failure.message.head(), failure.message.tail());
   result.boolean("success", false);
 }
 

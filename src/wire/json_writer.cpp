@@ -34,8 +34,7 @@ const char* escapeOf(char c) {
 }
 
 // Runs of characters that need no escape are appended whole.
-void appendString(std::string& out, std::string_view s) {
-  out += '"';
+void appendEscaped(std::string& out, std::string_view s) {
   std::size_t run = 0;
   for (std::size_t i = 0; i < s.size(); ++i) {
     const char* escape = escapeOf(s[i]);
@@ -51,6 +50,11 @@ void appendString(std::string& out, std::string_view s) {
     }
   }
   out.append(s.data() + run, s.size() - run);
+}
+
+void appendString(std::string& out, std::string_view s) {
+  out += '"';
+  appendEscaped(out, s);
   out += '"';
 }
 
@@ -151,6 +155,15 @@ void MemberWriter::name(std::string_view name) {
 void MemberWriter::string(std::string_view name, std::string_view text) {
   this->name(name);
   appendString(out_, text);
+}
+
+void MemberWriter::string(std::string_view name, std::string_view head, std::string_view tail) {
+  this->name(name);
+  out_ += '"';
+  // Escaping works character by character, so the parts can be escaped apart.
+  appendEscaped(out_, head);
+  appendEscaped(out_, tail);
+  out_ += '"';
 }
 
 void MemberWriter::integer(std::string_view name, std::int64_t number) {

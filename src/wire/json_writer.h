@@ -28,6 +28,8 @@ class MemberWriter {
   explicit MemberWriter(std::string& out) : out_(out), mark_(out.size()) { out_ += '{'; }
 
   void string(std::string_view name, std::string_view text);
+  // One string member whose text is `head` followed by `tail`.
+  void string(std::string_view name, std::string_view head, std::string_view tail);
   void integer(std::string_view name, std::int64_t number);
   void boolean(std::string_view name, bool flag);
   void value(std::string_view name, const AnyCodable& member);

@@ -48,7 +48,7 @@ struct Race {
 };
 
 // `onStrand` false runs the race on the plain, multi-threaded pool instead.
-std::shared_ptr<Race> spawnRace(double seconds, std::string name, SDKOperation operation,
+std::shared_ptr<Race> spawnRace(double seconds, ConstantText name, SDKOperation operation,
                                 bool onStrand = true) {
   auto race = std::make_shared<Race>();
   auto report = [race](std::exception_ptr error, SDKOutcome outcome) {
@@ -57,7 +57,7 @@ std::shared_ptr<Race> spawnRace(double seconds, std::string name, SDKOperation o
     race->outcome = std::move(outcome);
     ++race->completions;
   };
-  auto awaitable = withSDKCompletionTimeout(seconds, std::move(name), std::move(operation));
+  auto awaitable = withSDKCompletionTimeout(seconds, name, std::move(operation));
   if (onStrand)
     asio::co_spawn(race->strand, std::move(awaitable),
                    asio::bind_cancellation_slot(race->cancel.slot(), report));
