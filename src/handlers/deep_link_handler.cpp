@@ -2,6 +2,7 @@
 
 #include "handlers/handler_support.h"
 #include "parsing/url_check.h"
+#include "runtime/main_hop.h"
 
 namespace lumetra_rpc {
 
@@ -56,7 +57,7 @@ SDKOutcome apply(const SDKPtr& sdk, LMRPCSetFacebookDeferredAppLinkRequest r) {
 // The URL-opening calls belong on the main executor; the answer is built back on the
 // calling coroutine's executor.
 awaitable<SDKOutcome> openURL(SDKPtr sdk, URLValue url, std::optional<JSONObject> options) {
-  co_await handlers::callOnMain([&] { sdk->handleOpenUrl(url, options); });
+  co_await runOnMain([&] { sdk->handleOpenUrl(url, options); });
   co_return success("handleOpen called");
 }
 
@@ -70,7 +71,7 @@ awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCHandleOpenUrlRequest r) {
 
 awaitable<SDKOutcome> continueActivity(SDKPtr sdk, LMRPCContinueUserActivityRequest r) {
   LMUserActivity activity{std::move(r.activityType), std::move(r.url)};
-  co_await handlers::callOnMain([&] { sdk->continueUserActivity(activity, nullptr); });
+  co_await runOnMain([&] { sdk->continueUserActivity(activity, nullptr); });
   co_return success("continueUserActivity called");
 }
 
@@ -79,7 +80,7 @@ awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCContinueUserActivityRequest 
 }
 
 awaitable<SDKOutcome> attribute(SDKPtr sdk, URLValue url) {
-  co_await handlers::callOnMain([&] { sdk->performOnAppAttribution(url); });
+  co_await runOnMain([&] { sdk->performOnAppAttribution(url); });
   co_return success("performOnAppAttribution called");
 }
 

@@ -33,8 +33,4 @@ RoutedOutcome dispatchCase(Variant request, Apply apply) {
   }
 }
 
-// Runs `call` on the main executor and resumes the calling coroutine on its own executor.
-// An exception thrown by `call` is carried back and rethrown here, not on the main loop.
-boost::asio::awaitable<void> callOnMain(std::function<void()> call);
-
 }  // namespace lumetra_rpc::handlers

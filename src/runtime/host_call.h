@@ -7,6 +7,7 @@
 
 #include <cxxabi.h>
 
+#include <exception>
 #include <utility>
 
 // A forced unwind carries no exception object, so catching it binds the reference to null:
@@ -32,6 +33,21 @@ LMRPC_CATCHES_FORCED_UNWIND R guarded(R fallback, F&& body) {
     throw;
   } catch (...) {
     return fallback;
+  }
+}
+
+// Runs `call` and hands back what it threw, for a failure that belongs to someone on
+// another thread; a forced unwind continues as everywhere else.
+template <typename F>
+LMRPC_CATCHES_FORCED_UNWIND std::exception_ptr capturedFailure(F&& call) {
+  try {
+    std::forward<F>(call)();
+    return nullptr;
+  } catch (const abi::__forced_unwind&) {
+    hostRuntimeEnding();
+    throw;
+  } catch (...) {
+    return std::current_exception();
   }
 }
 

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <boost/asio/append.hpp>
+#include <boost/asio/as_tuple.hpp>
 #include <boost/asio/associated_executor.hpp>
 #include <boost/asio/async_result.hpp>
 #include <boost/asio/executor_work_guard.hpp>
@@ -26,12 +28,12 @@ class Hop final : public QueuedJob {
       : handler_(std::move(handler)), work_(asio::make_work_guard(handler_)), job_(std::move(job)) {}
 
   void run() override {
-    // The caller awaits only "done": an exception from the job has nowhere to go.
-    callForeign(job_);
+    // What the job throws is the caller's to handle, not the main loop's.
+    auto failure = capturedFailure(job_);
     // Back to the caller's own executor: resuming it inline would run request code on the
     // main executor.
     auto executor = work_.get_executor();
-    asio::post(executor, std::move(handler_));
+    asio::post(executor, asio::append(std::move(handler_), std::move(failure)));
   }
 
  private:
@@ -52,10 +54,12 @@ asio::awaitable<void> runOnMain(std::function<void()> job) {
   // own cancellation setting is restored afterwards.
   bool throwIfCancelled = co_await asio::this_coro::throw_if_cancelled();
   co_await asio::this_coro::throw_if_cancelled(false);
-  co_await asio::async_initiate<const asio::use_awaitable_t<>, void()>(
+  auto hop = asio::async_initiate<const asio::as_tuple_t<asio::use_awaitable_t<>>, void(std::exception_ptr)>(
       [](auto handler, std::function<void()> job) { hopToMain(std::move(handler), std::move(job)); },
-      asio::use_awaitable, std::move(job));
+      asio::as_tuple(asio::use_awaitable), std::move(job));
+  auto [failure] = co_await std::move(hop);
   co_await asio::this_coro::throw_if_cancelled(throwIfCancelled);
+  if (failure) std::rethrow_exception(failure);
 }
 
 }  // namespace lumetra_rpc
