@@ -7,11 +7,13 @@
 // the thread it runs on.
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 #include "sdk/simulator/call_journal.h"
 #include "sdk/simulator/scheduler.h"
@@ -40,8 +42,13 @@ class SimulatorContext {
   }
 
   // Runs `deliver` `timing.times` times: at once on this thread without a delay, else
-  // from the simulator's thread once the delay has passed.
-  void answer(const ReplyTiming& timing, std::function<void()> deliver);
+  // from the simulator's thread once the delay has passed. An answer at once is not
+  // wrapped, so it costs the caller nothing to store.
+  template <typename Deliver>
+  void answer(const ReplyTiming& timing, Deliver deliver) {
+    if (timing.delayMs) return report(timing, std::move(deliver));
+    for (std::uint32_t i = 0; i < timing.times; ++i) shielded(deliver);
+  }
 
   // Answers `block` as `reply` says (data, error or never).
   void answer(const CompletionReply& reply, CompletionBlock block);
@@ -50,6 +57,16 @@ class SimulatorContext {
   void report(const ReplyTiming& timing, std::function<void()> deliver);
 
  private:
+  // The caller's callbacks are not ours to trust: nothing they throw may escape into the
+  // code that called the SDK.
+  template <typename Deliver>
+  static void shielded(Deliver& deliver) noexcept {
+    try {
+      deliver();
+    } catch (...) {
+    }
+  }
+
   SimulatorConfig config_;
   std::shared_ptr<CallJournal> journal_;
   SimScheduler scheduler_;
