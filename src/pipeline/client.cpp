@@ -52,8 +52,7 @@ boost::asio::awaitable<std::string> execute(LMRPCClient& client, std::string jso
     co_return co_await std::move(hop);
   }
   // On the pool: a request whose case answers at once is answered right here.
-  auto started = startRequest(*ClientInternals::handler(client), jsonRequest);
-  std::string().swap(jsonRequest);  // the text is read; a long wait should not keep it
+  auto started = startRequest(*ClientInternals::handler(client), std::move(jsonRequest));
   if (!started.waiting) co_return std::move(*started.answer);
   // Already on the pool in a frame of our own: the case's wait is awaited right here.
   auto keepAlive = client.shared_from_this();
@@ -62,7 +61,7 @@ boost::asio::awaitable<std::string> execute(LMRPCClient& client, std::string jso
     outcome.emplace(co_await std::move(*started.waiting));
   } catch (...) {
   }
-  co_return answerOf(started.id, outcome);
+  co_return answerOf(started.id, outcome, std::move(started.buffer));
 }
 
 void LMRPCClient::executeWithJsonRequest(std::string jsonRequest, Completion completion) noexcept {

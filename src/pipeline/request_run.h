@@ -18,6 +18,7 @@
 
 #include "lumetra_rpc/client.h"
 #include "pipeline/client_internals.h"
+#include "pipeline/text_encoding.h"
 #include "runtime/host_call.h"
 #include "runtime/runtime_core.h"
 #include "supervision/outcome.h"
@@ -27,17 +28,21 @@ namespace lumetra_rpc {
 
 class LMRPCRequestHandler;
 
-// Either the answer, or the case's wait and the id its answer will carry.
+// Either the answer, or the case's wait, the id its answer will carry and the memory it
+// will be written into.
 struct Started {
   std::optional<std::string> answer;
   std::optional<boost::asio::awaitable<SDKOutcome>> waiting;
   std::optional<AnyCodable> id;
+  std::string buffer;
 };
 
-Started startRequest(LMRPCRequestHandler& handler, std::string_view text) noexcept;
+// The request's text is read, then its memory holds the answer (see text_encoding.h).
+Started startRequest(LMRPCRequestHandler& handler, std::string text) noexcept;
 
 // The response text for a case's outcome; an absent outcome means the case threw.
-std::string answerOf(const std::optional<AnyCodable>& id, const std::optional<SDKOutcome>& outcome) noexcept;
+std::string answerOf(const std::optional<AnyCodable>& id, const std::optional<SDKOutcome>& outcome,
+                     std::string buffer = {}) noexcept;
 
 // Texts of this many UTF-8 bytes or more are refused before anything reads them.
 inline constexpr std::size_t kMaxRequestBytes = 1'048'576;
@@ -61,8 +66,7 @@ struct RequestJob {
   Deliver deliver;
 
   void operator()() noexcept {
-    auto started = startRequest(*ClientInternals::handler(*client), text);
-    std::string().swap(text);
+    auto started = startRequest(*ClientInternals::handler(*client), std::move(text));
     if (!started.waiting) return deliverSafely(deliver, std::move(*started.answer));
     try {
       wait(std::move(started));
@@ -78,11 +82,11 @@ struct RequestJob {
     auto& waiting = *started.waiting;
     boost::asio::co_spawn(
         runningCore().pool(), std::move(waiting),
-        [client = std::move(client), id = std::move(started.id), deliver = std::move(deliver)](
-            std::exception_ptr failure, SDKOutcome outcome) mutable {
+        [client = std::move(client), id = std::move(started.id), buffer = std::move(started.buffer),
+         deliver = std::move(deliver)](std::exception_ptr failure, SDKOutcome outcome) mutable {
           std::optional<SDKOutcome> reached;
           if (!failure) reached.emplace(std::move(outcome));
-          deliverSafely(deliver, answerOf(id, reached));
+          deliverSafely(deliver, answerOf(id, reached, std::move(buffer)));
           client.reset();
         });
   }
@@ -93,6 +97,14 @@ struct RequestJob {
 // its own for it.
 template <typename Deliver>
 void runRequest(std::shared_ptr<LMRPCClient> client, std::string text, Deliver deliver) noexcept {
+  // The answer is written into the request's memory, made large enough here, on the
+  // sending thread: memory taken on one thread and freed on another is what makes the
+  // allocator lock, and the host frees the answer on the thread it sends from.
+  try {
+    text.reserve(kUsualAnswerBytes);
+  } catch (...) {
+    // The answer then takes memory of its own.
+  }
   RequestJob<Deliver> job{std::move(client), std::move(text), std::move(deliver)};
   try {
     boost::asio::post(runningCore().pool(), std::move(job));

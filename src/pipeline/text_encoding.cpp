@@ -33,10 +33,11 @@ Unexpected<LMRPCClientError> encodeFailure(std::string_view label, const WriteFa
 // The members in sorted order: error, id, result. One of the two parts is null.
 template <typename ErrorPart, typename ResultPart>
 ClientResult<std::string> encodeEnvelope(const std::optional<AnyCodable>& id, ErrorPart writeErrorPart,
-                                         ResultPart writeResultPart) {
+                                         ResultPart writeResultPart, std::string buffer) {
   // Room for the usual answer up front: growing from empty costs several reallocations.
-  std::string text;
-  text.reserve(256);
+  std::string text = std::move(buffer);
+  text.clear();
+  text.reserve(kUsualAnswerBytes);
   text += "{\"error\":";
   auto written = writeErrorPart(text);
   if (written) {
@@ -54,9 +55,10 @@ ClientResult<std::string> encodeEnvelope(const std::optional<AnyCodable>& id, Er
 
 }  // namespace
 
-ClientResult<std::string> encodeResultResponse(const std::optional<AnyCodable>& id,
-                                               const SDKOutcome& outcome) {
-  return encodeEnvelope(id, appendNull, [&](std::string& out) { return writeResult(outcome, out); });
+ClientResult<std::string> encodeResultResponse(const std::optional<AnyCodable>& id, const SDKOutcome& outcome,
+                                               std::string buffer) {
+  return encodeEnvelope(
+      id, appendNull, [&](std::string& out) { return writeResult(outcome, out); }, std::move(buffer));
 }
 
 ClientResult<std::string> encodeEvent(const LMRPCEvent& event) {
@@ -65,10 +67,11 @@ ClientResult<std::string> encodeEvent(const LMRPCEvent& event) {
   return finish(std::move(text).value(), "event");
 }
 
-std::string encodeErrorResponse(const LMRPCError& error, const std::optional<AnyCodable>& id) noexcept {
+std::string encodeErrorResponse(const LMRPCError& error, const std::optional<AnyCodable>& id,
+                                std::string buffer) noexcept {
   try {
     auto text = encodeEnvelope(
-        id, [&](std::string& out) { return writeError(error, out); }, appendNull);
+        id, [&](std::string& out) { return writeError(error, out); }, appendNull, std::move(buffer));
     if (text) return std::move(text).value();
   } catch (...) {
   }
