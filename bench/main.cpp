@@ -118,7 +118,8 @@ int run(int argc, char** argv) {
       pace = std::atof(argv[++i]);
     } else {
       std::fprintf(stderr,
-                   "usage: %s [--json FILE] [--only request|bridge|peer|throughput|waits|allocs|latency] [--pace RPS]\n",
+                   "usage: %s [--json FILE] [--only request|bridge|peer|throughput|waits|allocs|latency] "
+                   "[--pace RPS]\n",
                    argv[0]);
       return 2;
     }
@@ -140,7 +141,8 @@ int run(int argc, char** argv) {
   // "throughput" takes both sides, for the ratios between them.
   if (chosen("bridge") || chosen("peer") || chosen("throughput")) {
     std::fprintf(stderr, "measuring throughput...\n");
-    measureThroughput(figures, chosen("bridge") || chosen("throughput"), chosen("peer") || chosen("throughput"));
+    measureThroughput(figures, chosen("bridge") || chosen("throughput"),
+                      chosen("peer") || chosen("throughput"));
   }
   if (chosen("allocs")) {
     std::fprintf(stderr, "counting allocations...\n");
