@@ -22,11 +22,12 @@ inline constexpr std::string_view kSDK = "sdk_error";
 inline constexpr std::string_view kTimeout = "timeout";
 }  // namespace error_type
 
-// Text fixed when the program is built, so that a view of it never outlives it.
+// Text fixed when the program is built, so that a view of it never outlives it: only a
+// constant expression makes one, so a buffer of the caller's cannot pass for it.
 class ConstantText {
  public:
   template <std::size_t N>
-  constexpr ConstantText(const char (&literal)[N]) noexcept : text_(literal, N - 1) {}
+  consteval ConstantText(const char (&literal)[N]) noexcept : text_(literal, N - 1) {}
   constexpr std::string_view view() const noexcept { return text_; }
 
  private:
@@ -40,7 +41,7 @@ class OutcomeMessage {
  public:
   OutcomeMessage() = default;
   template <std::size_t N>
-  OutcomeMessage(const char (&literal)[N]) noexcept : head_(ConstantText(literal).view()) {}
+  OutcomeMessage(const char (&literal)[N]) noexcept : head_(literal, N - 1) {}
   OutcomeMessage(ConstantText text) noexcept : head_(text.view()) {}
   OutcomeMessage(ConstantText head, ConstantText tail) noexcept : head_(head.view()), tail_(tail.view()) {}
   OutcomeMessage(std::string text) noexcept : owned_(std::move(text)) {}
