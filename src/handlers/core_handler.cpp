@@ -2,13 +2,11 @@
 
 #include "handlers/handler_support.h"
 #include "parsing/lookup_tables.h"
-#include "supervision/completion_timeout.h"
+#include "supervision/sdk_wait.h"
 
 namespace lumetra_rpc {
 
 namespace {
-
-using boost::asio::awaitable;
 
 struct CoreContext {
   std::shared_ptr<LMRPCCoreSDK> sdk;
@@ -21,13 +19,13 @@ SDKOutcome apply(const CoreContext& ctx, LMRPCInitRequest request) {
   return SDKSuccess{"SDK initialized successfully", std::nullopt};
 }
 
-awaitable<SDKOutcome> apply(CoreContext ctx, LMRPCStartRequest request) {
+RoutedOutcome apply(const CoreContext& ctx, LMRPCStartRequest request) {
   if (!request.awaitResponse) {
     ctx.sdk->start([](std::optional<AnyKeyMap>, std::optional<SDKError>) {});
-    co_return SDKSuccess{"SDK start completed", std::nullopt};
+    return asRouted(SDKSuccess{"SDK start completed", std::nullopt});
   }
   SDKOperation operation = [sdk = ctx.sdk](SDKCompletion completion) { sdk->start(std::move(completion)); };
-  co_return co_await withSDKCompletionTimeout(ctx.timeouts.start, "start", std::move(operation));
+  return asRouted(SDKRace{ctx.timeouts.start, "start", std::move(operation), std::nullopt});
 }
 
 JSONObject eventSummary(const LMRPCLogEventRequest& request) {
@@ -37,28 +35,18 @@ JSONObject eventSummary(const LMRPCLogEventRequest& request) {
 }
 
 // The SDK's answer may echo the event; the request's own name and values win.
-SDKOutcome mergeSummary(SDKOutcome outcome, const JSONObject& summary) {
-  auto* success = std::get_if<SDKSuccess>(&outcome);
-  if (success == nullptr) return outcome;
-  JSONObject merged = success->data.value_or(JSONObject{});
-  for (const auto& [key, value] : summary) merged.insert_or_assign(key, value);
-  success->data = std::move(merged);
-  return outcome;
-}
-
-awaitable<SDKOutcome> apply(CoreContext ctx, LMRPCLogEventRequest request) {
+// A waited-for event answers with the SDK's data, and the summary over it.
+RoutedOutcome apply(const CoreContext& ctx, LMRPCLogEventRequest request) {
   JSONObject summary = eventSummary(request);
   if (!request.awaitResponse) {
     ctx.sdk->logEvent(request.eventName, request.eventValues);
-    co_return SDKSuccess{"Event logged", std::move(summary)};
+    return asRouted(SDKSuccess{"Event logged", std::move(summary)});
   }
-  SDKOperation operation = [sdk = ctx.sdk, name = request.eventName,
-                            values = request.eventValues](SDKCompletion completion) {
+  SDKOperation operation = [sdk = ctx.sdk, name = std::move(request.eventName),
+                            values = std::move(request.eventValues)](SDKCompletion completion) {
     sdk->logEvent(name, values, std::move(completion));
   };
-  SDKOutcome outcome =
-      co_await withSDKCompletionTimeout(ctx.timeouts.logEvent, "logEvent", std::move(operation));
-  co_return mergeSummary(std::move(outcome), summary);
+  return asRouted(SDKRace{ctx.timeouts.logEvent, "logEvent", std::move(operation), std::move(summary)});
 }
 
 SDKOutcome apply(const CoreContext& ctx, LMRPCSetPluginInfoRequest request) {

@@ -2,13 +2,10 @@
 
 #include "handlers/handler_support.h"
 #include "parsing/url_check.h"
-#include "runtime/main_hop.h"
 
 namespace lumetra_rpc {
 
 namespace {
-
-using boost::asio::awaitable;
 using SDKPtr = std::shared_ptr<LMRPCDeepLinkSDK>;
 
 // Looked up by name: the host application may link the Facebook SDK; this library never does.
@@ -54,38 +51,30 @@ SDKOutcome apply(const SDKPtr& sdk, LMRPCSetFacebookDeferredAppLinkRequest r) {
   return success("Facebook deferred app link set");
 }
 
-// The URL-opening calls belong on the main executor; the answer is built back on the
-// calling coroutine's executor.
-awaitable<SDKOutcome> openURL(SDKPtr sdk, URLValue url, std::optional<JSONObject> options) {
-  co_await runOnMain([&] { sdk->handleOpenUrl(url, options); });
-  co_return success("handleOpen called");
+// The URL-opening calls belong on the main executor.
+MainCall openURL(const SDKPtr& sdk, URLValue url, std::optional<JSONObject> options) {
+  return {[sdk, url = std::move(url), options = std::move(options)] { sdk->handleOpenUrl(url, options); },
+          "handleOpen called"};
 }
 
-awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCHandleOpenURLRequest r) {
+MainCall apply(const SDKPtr& sdk, LMRPCHandleOpenURLRequest r) {
   return openURL(sdk, std::move(r.url), std::move(r.options));
 }
 
-awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCHandleOpenUrlRequest r) {
+MainCall apply(const SDKPtr& sdk, LMRPCHandleOpenUrlRequest r) {
   return openURL(sdk, std::move(r.url), std::move(r.options));
 }
 
-awaitable<SDKOutcome> continueActivity(SDKPtr sdk, LMRPCContinueUserActivityRequest r) {
-  LMUserActivity activity{std::move(r.activityType), std::move(r.url)};
-  co_await runOnMain([&] { sdk->continueUserActivity(activity, nullptr); });
-  co_return success("continueUserActivity called");
+MainCall apply(const SDKPtr& sdk, LMRPCContinueUserActivityRequest r) {
+  return {[sdk, activity = LMUserActivity{std::move(r.activityType), std::move(r.url)}] {
+            sdk->continueUserActivity(activity, nullptr);
+          },
+          "continueUserActivity called"};
 }
 
-awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCContinueUserActivityRequest r) {
-  return continueActivity(sdk, std::move(r));
-}
-
-awaitable<SDKOutcome> attribute(SDKPtr sdk, URLValue url) {
-  co_await runOnMain([&] { sdk->performOnAppAttribution(url); });
-  co_return success("performOnAppAttribution called");
-}
-
-awaitable<SDKOutcome> apply(const SDKPtr& sdk, LMRPCPerformOnAppAttributionRequest r) {
-  return attribute(sdk, std::move(r.url));
+MainCall apply(const SDKPtr& sdk, LMRPCPerformOnAppAttributionRequest r) {
+  return {[sdk, url = std::move(r.url)] { sdk->performOnAppAttribution(url); },
+          "performOnAppAttribution called"};
 }
 
 }  // namespace

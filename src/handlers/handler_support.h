@@ -8,8 +8,6 @@
 #include <utility>
 #include <variant>
 
-#include <boost/asio/awaitable.hpp>
-
 #include "supervision/outcome.h"
 #include "supervision/routed_outcome.h"
 
@@ -19,11 +17,10 @@ namespace lumetra_rpc::handlers {
 SDKFailure unexpectedHandlerFailure();
 
 // Visits `request` with `apply`, which takes the case's record by rvalue and returns an
-// SDKOutcome or an awaitable of one. Not a coroutine: an asynchronous case is handed back
-// as it is, so a waiting request carries no frame of this layer, and a case that answers
-// at once needs no frame at all. Whatever a case throws while answering at once is caught
-// here; an asynchronous case takes everything it needs by value, and what it throws later
-// reaches the request handler, which answers with the same failure.
+// SDKOutcome, the description of its wait, or either. Whatever a case throws while
+// answering is caught here; a waiting case takes everything it needs by value, and what
+// its main call throws later reaches whoever runs the wait, which answers with the same
+// failure.
 template <typename Variant, typename Apply>
 RoutedOutcome dispatchCase(Variant request, Apply apply) {
   try {

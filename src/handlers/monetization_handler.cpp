@@ -2,13 +2,11 @@
 
 #include "handlers/handler_support.h"
 #include "parsing/lookup_tables.h"
-#include "supervision/completion_timeout.h"
+#include "supervision/sdk_wait.h"
 
 namespace lumetra_rpc {
 
 namespace {
-
-using boost::asio::awaitable;
 
 struct MonetizationContext {
   std::shared_ptr<LMRPCMonetizationSDK> sdk;
@@ -24,35 +22,33 @@ AnyKeyMap singleEntry(std::string key, std::string value) {
   return AnyKeyMap{{AnyCodable(std::move(key)), AnyCodable(std::move(value))}};
 }
 
-awaitable<SDKOutcome> apply(MonetizationContext ctx, LMRPCValidateAndLogInAppPurchaseLegacyRequest r) {
+SDKRace apply(const MonetizationContext& ctx, LMRPCValidateAndLogInAppPurchaseLegacyRequest r) {
   SDKOperation operation = [sdk = ctx.sdk, r = std::move(r)](SDKCompletion completion) {
     sdk->validateAndLogInAppPurchase(
         r.productIdentifier, r.price, r.currency, r.transactionId, r.additionalParameters,
         [completion](AnyKeyMap response) { completion(std::move(response), std::nullopt); },
         [completion](SDKError error, AnyCodable) { completion(std::nullopt, std::move(error)); });
   };
-  co_return co_await withSDKCompletionTimeout(ctx.timeouts.purchase, "validateAndLogInAppPurchase",
-                                              std::move(operation));
+  return {ctx.timeouts.purchase, "validateAndLogInAppPurchase", std::move(operation), std::nullopt};
 }
 
-awaitable<SDKOutcome> apply(MonetizationContext ctx, LMRPCValidateAndLogInAppPurchaseV2Request r) {
+RoutedOutcome apply(const MonetizationContext& ctx, LMRPCValidateAndLogInAppPurchaseV2Request r) {
   const auto& table = purchaseTypes();
   auto type = table.find(r.purchaseType);
   if (type == table.end()) {
-    co_return SDKFailure::ofType("Invalid purchase type", error_type::kValidation);
+    return asRouted(SDKFailure::ofType("Invalid purchase type", error_type::kValidation));
   }
-  // Held in this frame until the supervised call has finished, whatever the SDK keeps.
   auto details = ctx.sdk->makePurchaseDetails(r.productId, r.transactionId, type->second);
   if (!details) {
-    co_return SDKFailure::ofType("Failed to create purchase details from provided parameters",
-                                 error_type::kSDK);
+    return asRouted(
+        SDKFailure::ofType("Failed to create purchase details from provided parameters", error_type::kSDK));
   }
-  SDKOperation operation = [sdk = ctx.sdk, details,
+  SDKOperation operation = [sdk = ctx.sdk, details = std::move(details),
                             extra = std::move(r.additionalParameters)](SDKCompletion completion) {
     sdk->validateAndLogInAppPurchase(details, extra, std::move(completion));
   };
-  co_return co_await withSDKCompletionTimeout(ctx.timeouts.purchase, "validateAndLogInAppPurchaseV2",
-                                              std::move(operation));
+  return asRouted(
+      SDKRace{ctx.timeouts.purchase, "validateAndLogInAppPurchaseV2", std::move(operation), std::nullopt});
 }
 
 SDKOutcome apply(const MonetizationContext& ctx, const LMRPCLogAdRevenueRequest& r) {
@@ -67,14 +63,13 @@ SDKOutcome apply(const MonetizationContext& ctx, const LMRPCLogCrossPromoteImpre
 }
 
 // The library does not open the store itself; the click URL goes back to the host.
-awaitable<SDKOutcome> apply(MonetizationContext ctx, LMRPCLogAndOpenStoreRequest r) {
+SDKRace apply(const MonetizationContext& ctx, LMRPCLogAndOpenStoreRequest r) {
   SDKOperation operation = [sdk = ctx.sdk, r = std::move(r)](SDKCompletion completion) {
     sdk->logAndOpenStore(r.appID, r.campaign, r.parameters, [completion](OpaqueValue, URLValue clickURL) {
       completion(singleEntry("clickURL", clickURL.absoluteString), std::nullopt);
     });
   };
-  co_return co_await withSDKCompletionTimeout(ctx.timeouts.crossPromotion, "logAndOpenStore",
-                                              std::move(operation));
+  return {ctx.timeouts.crossPromotion, "logAndOpenStore", std::move(operation), std::nullopt};
 }
 
 // Absent fields leave the generator's own defaults alone.
@@ -104,7 +99,7 @@ void answerInvite(const SDKCompletion& completion, const std::optional<URLValue>
   }
 }
 
-awaitable<SDKOutcome> apply(MonetizationContext ctx, LMRPCGenerateInviteUrlRequest r) {
+SDKRace apply(const MonetizationContext& ctx, LMRPCGenerateInviteUrlRequest r) {
   auto request = std::make_shared<const LMRPCGenerateInviteUrlRequest>(std::move(r));
   SDKOperation operation = [sdk = ctx.sdk, request](SDKCompletion completion) {
     sdk->generateInviteUrl(
@@ -114,8 +109,7 @@ awaitable<SDKOutcome> apply(MonetizationContext ctx, LMRPCGenerateInviteUrlReque
         },
         [completion](std::optional<URLValue> url) { answerInvite(completion, url); });
   };
-  co_return co_await withSDKCompletionTimeout(ctx.timeouts.shareInvite, "generateInviteUrl",
-                                              std::move(operation));
+  return {ctx.timeouts.shareInvite, "generateInviteUrl", std::move(operation), std::nullopt};
 }
 
 SDKOutcome apply(const MonetizationContext& ctx, const LMRPCLogInviteRequest& r) {

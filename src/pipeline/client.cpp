@@ -58,7 +58,8 @@ boost::asio::awaitable<std::string> execute(LMRPCClient& client, std::string jso
   auto keepAlive = client.shared_from_this();
   std::optional<SDKOutcome> outcome;
   try {
-    outcome.emplace(co_await std::move(*started.waiting));
+    auto waiting = awaitWait(std::move(*started.waiting));
+    outcome.emplace(co_await std::move(waiting));
   } catch (...) {
   }
   co_return answerOf(started.id, outcome, std::move(started.buffer));

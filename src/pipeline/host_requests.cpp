@@ -24,6 +24,16 @@ std::optional<PendingRequests::Ticket> admit(PendingRequests::Completion& comple
   return ticket;
 }
 
+// Hands a request's answer to its ticket, which delivers it on the main executor.
+struct AnswerTicket {
+  static constexpr bool kDeliversToMain = true;
+  PendingRequests::Ticket ticket;
+
+  void operator()(std::string answer) {
+    PendingRequests::shared().answer(std::move(ticket), std::move(answer));
+  }
+};
+
 }  // namespace
 
 std::string shuttingDownText() noexcept {
@@ -36,9 +46,7 @@ bool submitRequest(const std::shared_ptr<LMRPCClient>& client, std::string text,
   try {
     auto ticket = admit(completion, accepted);
     if (!ticket) return accepted;
-    runRequest(client, std::move(text), [ticket = std::move(*ticket)](std::string answer) mutable {
-      PendingRequests::shared().answer(std::move(ticket), std::move(answer));
-    });
+    runRequest(client, std::move(text), AnswerTicket{std::move(*ticket)});
   } catch (...) {
     // Only allocation can fail before the ticket exists; the host learns it at the call.
   }

@@ -80,7 +80,7 @@ Started startRequest(LMRPCRequestHandler& handler, std::string text) noexcept {
     if (auto* outcome = std::get_if<SDKOutcome>(&routed)) {
       started.answer = answerOf(started.id, *outcome, std::move(buffer));
     } else {
-      started.waiting.emplace(std::get<boost::asio::awaitable<SDKOutcome>>(std::move(routed)));
+      started.waiting.emplace(std::get<SDKWait>(std::move(routed)));
       started.buffer = std::move(buffer);
     }
   } catch (...) {

@@ -12,6 +12,7 @@
 
 #include "sdk/sdk_types.h"
 #include "supervision/outcome.h"
+#include "supervision/race_result.h"
 
 namespace lumetra_rpc {
 
@@ -19,6 +20,9 @@ using SDKOperation = std::function<void(SDKCompletion completion)>;
 
 boost::asio::awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds, ConstantText operationName,
                                                             SDKOperation operation);
+
+// The outcome of a race once it is decided.
+SDKOutcome raceOutcome(ConstantText operationName, double timeoutSeconds, SDKRaceResult result);
 
 // The entries of an SDK dictionary whose keys are strings, values unchanged.
 JSONObject stringKeyedCopy(const AnyKeyMap& dictionary);

@@ -14,20 +14,16 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
 
-#include "sdk/sdk_types.h"
+#include "runtime/runtime_core.h"
+#include "supervision/race_result.h"
 
 namespace lumetra_rpc {
 
-// What an SDK completion delivers; both parts may be absent.
-struct SDKAnswer {
-  std::optional<AnyKeyMap> dictionary;
-  std::optional<SDKError> error;
-};
-
-struct TimedOut {};
-
-// What ends a race first: the SDK's answer or the timer.
-using SDKRaceResult = std::variant<SDKAnswer, TimedOut>;
+// A waiter whose rest only writes an answer that is due on the main executor anyway: when
+// the race ends there, it is resumed in place rather than sent to its own executor and
+// back. Every other waiter always resumes on its own executor.
+template <typename Handler>
+concept ResumableOnMain = Handler::kResumableOnMain;
 
 template <typename Handler>
 class SDKContinuationBox {
@@ -63,8 +59,13 @@ class SDKContinuationBox {
   using Work = boost::asio::executor_work_guard<boost::asio::associated_executor_t<Handler>>;
 
   // The caller may be an SDK thread or the code that is cancelling the race: the waiter
-  // resumes on its own executor, never inline here, and never under the lock.
+  // resumes on its own executor, never inline here, and never under the lock; only on the
+  // main executor may a waiter that allows it be resumed in place.
   static void deliver(Handler handler, Work work, SDKRaceResult result) noexcept {
+    if constexpr (ResumableOnMain<Handler>) {
+      auto* core = RuntimeCore::ifStarted();
+      if (core && core->isOnMain()) return std::move(handler)(std::move(result));
+    }
     try {
       boost::asio::post(work.get_executor(),
                         [handler = std::move(handler), result = std::move(result)]() mutable {

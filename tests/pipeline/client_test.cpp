@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -100,6 +101,33 @@ TEST(Client, AwaitedExecuteAnswersAsTheCompletionFormFromAnyExecutor) {
   }
   EXPECT_NE(testing::execute(*client, requests[4]).find("\"success\":true"), std::string::npos);
   EXPECT_NE(testing::execute(*client, requests[5]).find("\"errorType\":\"timeout\""), std::string::npos);
+}
+
+// The completion form calls back on the pool however the wait ends: an SDK answer on the
+// main executor, one from a foreign thread, the timer, or a call made on main.
+TEST(Client, TheCompletionFormAnswersOnThePoolWhereverTheWaitEnds) {
+  auto sdk = std::make_shared<testing::AdversarialSDK>(
+      [](std::string_view operation) {
+        if (operation == "logEvent") return testing::Answer::kNever;
+        return operation == "start" ? testing::Answer::kData : testing::Answer::kForeign;
+      },
+      AnyKeyMap{});
+  TimeoutConfig timeouts;
+  timeouts.logEvent = 0.02;
+  auto client = LMRPCClient::create([](std::string) {}, timeouts, sdk);
+  for (const char* request :
+       {R"({"id":1,"method":"start","params":{"awaitResponse":true}})",
+        R"({"id":2,"method":"logEvent","params":{"eventName":"e","awaitResponse":true}})",
+        R"({"id":3,"method":"logAndOpenStore","params":{"appID":"1"}})",
+        R"({"id":4,"method":"handleOpenUrl","params":{"url":"myapp://a"}})"}) {
+    enum { kWaiting, kOnPool, kElsewhere };
+    auto where = std::make_shared<std::atomic<int>>(kWaiting);
+    client->executeWithJsonRequest(request, [where](std::string) {
+      *where = runningCore().pool().running_in_this_thread() ? kOnPool : kElsewhere;
+    });
+    ASSERT_TRUE(testing::pumpUntil([&] { return where->load() != kWaiting; })) << request;
+    EXPECT_EQ(where->load(), kOnPool) << request;
+  }
 }
 
 TEST(Client, ReleasingTheClientReleasesEverything) {
