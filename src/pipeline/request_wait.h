@@ -46,9 +46,10 @@ class RaceEnd {
   static constexpr bool kResumableOnMain = DeliversToMain<Deliver>;
   using executor_type = RuntimeCore::PoolExecutor;
 
-  RaceEnd(SDKRace race, RequestEnd<Deliver> end) : race_(std::move(race)), end_(std::move(end)) {}
+  RaceEnd(SDKRace race, RequestEnd<Deliver> end)
+      : pool_(runningCore().pool()), race_(std::move(race)), end_(std::move(end)) {}
 
-  executor_type get_executor() const noexcept { return runningCore().pool(); }
+  executor_type get_executor() const noexcept { return pool_; }
 
   void operator()(SDKRaceResult result) {
     std::optional<SDKOutcome> outcome;
@@ -64,6 +65,7 @@ class RaceEnd {
   RequestEnd<Deliver>& end() noexcept { return end_; }
 
  private:
+  executor_type pool_;
   SDKRace race_;
   RequestEnd<Deliver> end_;
 };
