@@ -83,7 +83,8 @@ class MainCallJob final : public QueuedJob {
     call_.call = nullptr;
     if constexpr (!DeliversToMain<Deliver>) {
       try {
-        boost::asio::post(runningCore().pool(), [end = std::move(end_), outcome]() mutable { end.finish(outcome); });
+        boost::asio::post(runningCore().pool(),
+                          [end = std::move(end_), outcome]() mutable { end.finish(outcome); });
         return;
       } catch (...) {
         // Without memory to go back to the pool, the answer is written here.
@@ -121,7 +122,8 @@ void startWait(SDKWait wait, RequestEnd<Deliver> end) {
   } catch (...) {
     return end.finish(std::nullopt);
   }
-  if (!runningCore().mainQueue().post(std::shared_ptr<QueuedJob>(job, job.get()))) job->end().finish(std::nullopt);
+  if (!runningCore().mainQueue().post(std::shared_ptr<QueuedJob>(job, job.get())))
+    job->end().finish(std::nullopt);
 }
 
 }  // namespace lumetra_rpc

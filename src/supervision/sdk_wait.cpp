@@ -21,7 +21,8 @@ SDKOutcome SDKRace::amend(SDKOutcome decided) const {
 
 boost::asio::awaitable<SDKOutcome> awaitWait(SDKWait wait) {
   if (auto* race = std::get_if<SDKRace>(&wait)) {
-    auto racing = withSDKCompletionTimeout(race->timeoutSeconds, race->operationName, std::move(race->operation));
+    auto racing =
+        withSDKCompletionTimeout(race->timeoutSeconds, race->operationName, std::move(race->operation));
     auto decided = co_await std::move(racing);
     co_return race->amend(std::move(decided));
   }
