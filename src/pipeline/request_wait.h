@@ -109,7 +109,7 @@ void startWait(SDKWait wait, RequestEnd<Deliver> end) {
     double timeoutSeconds = race->timeoutSeconds;
     RaceEnd<Deliver> waiter(std::move(*race), std::move(end));
     try {
-      startRace(std::move(waiter), timeoutSeconds, std::move(operation));
+      startRace(waiter, timeoutSeconds, std::move(operation));
     } catch (...) {
       // startRace throws only before it takes the waiter.
       waiter.end().finish(std::nullopt);

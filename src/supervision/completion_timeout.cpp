@@ -81,7 +81,7 @@ awaitable<SDKOutcome> withSDKCompletionTimeout(double timeoutSeconds, ConstantTe
     try {
       auto racing = asio::async_initiate<const asio::use_awaitable_t<>, void(SDKRaceResult)>(
           [timeoutSeconds](auto handler, SDKOperation op) {
-            startRace(std::move(handler), timeoutSeconds, std::move(op));
+            startRace(handler, timeoutSeconds, std::move(op));
           },
           asio::use_awaitable, std::move(operation));
       first = co_await std::move(racing);

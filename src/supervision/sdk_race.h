@@ -56,10 +56,11 @@ class Race final : public SDKContinuationBox<Handler>,
 // Starts both racers; whichever resumes the race first decides it. The race is armed
 // before anything starts, so that even an immediate answer finds the waiter. A handler
 // with a cancellation slot that is cancelled gets the SDK racer's "no answer" at once.
-// Throws only before it takes the handler, which then is still the caller's to answer.
+// Moves from `handler` once the race exists; when it throws, the handler is still the
+// caller's to answer.
 template <typename Handler>
-void startRace(Handler&& handler, double timeoutSeconds, SDKOperation operation) {
-  auto race = std::make_shared<Race<std::decay_t<Handler>>>(std::move(operation));
+void startRace(Handler& handler, double timeoutSeconds, SDKOperation operation) {
+  auto race = std::make_shared<Race<Handler>>(std::move(operation));
   auto slot = boost::asio::get_associated_cancellation_slot(handler);
   race->setContinuation(std::move(handler));
   try {
