@@ -7,6 +7,7 @@
 #include <mutex>
 #include <stdexcept>
 
+#include "lumetra_rpc/bridge.h"
 #include "lumetra_rpc/client.h"
 #include "lumetra_rpc/runtime.h"
 #include "sdk/lumetra_sdk_adapter.h"
@@ -56,19 +57,26 @@ TEST(DeepLinkHandler, URLOpeningCallsRunOnMain) {
   }
 }
 
-// One call throws after the request hopped to the main executor, the other on the request's
-// own strand; the host gets the same result failure either way and main keeps running.
+// One call throws on the main executor, the other on the pool thread that runs the request;
+// the host gets the same result failure either way, through the completion form and
+// through the facade (which finishes a main call on main), and main keeps running.
 TEST(DeepLinkHandler, ThrowingSDKCallBecomesAnInternalFailure) {
   struct ThrowingSDK : LumetraSDKAdapter {
     void performOnAppAttribution(const URLValue&) override { throw std::runtime_error("sdk bug"); }
     void addPushNotificationDeepLinkPath(const StringList&) override { throw std::bad_alloc(); }
   };
   auto client = LMRPCClient::create([](std::string) {}, TimeoutConfig{}, std::make_shared<ThrowingSDK>());
+  auto bridge = LumetraRPCBridge::create(client);
+  const std::string failed = R"({"error":null,"id":1,"result":{"errorType":"internal_error",)"
+                             R"("message":"Unexpected failure while handling the request","success":false}})";
   for (std::string method : {R"("performOnAppAttributionWithURL","params":{"url":"myapp://x"})",
                              R"("addPushNotificationDeepLinkPath","params":{"path":["a"]})"}) {
-    EXPECT_EQ(testing::execute(*client, R"({"id":1,"method":)" + method + "}"),
-              R"({"error":null,"id":1,"result":{"errorType":"internal_error",)"
-              R"("message":"Unexpected failure while handling the request","success":false}})");
+    auto request = R"({"id":1,"method":)" + method + "}";
+    EXPECT_EQ(testing::execute(*client, request), failed);
+    std::string viaBridge;
+    bridge->executeJson(request, [&](std::string text) { viaBridge = std::move(text); });
+    ASSERT_TRUE(testing::pumpUntil([&] { return !viaBridge.empty(); })) << method;
+    EXPECT_EQ(viaBridge, failed);
   }
   EXPECT_NE(testing::execute(*client, R"({"id":2,"method":"getSDKVersion"})").find("\"success\":true"),
             std::string::npos);
