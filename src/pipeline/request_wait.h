@@ -79,7 +79,7 @@ class MainCallJob final : public QueuedJob {
 
   void run() override {
     std::optional<SDKOutcome> outcome;
-    if (!capturedFailure(call_.call)) outcome.emplace(SDKSuccess{call_.message, std::nullopt});
+    if (!capturedFailure(call_.call)) outcome.emplace(call_.returned());
     call_.call = nullptr;
     if constexpr (!DeliversToMain<Deliver>) {
       try {

@@ -29,7 +29,7 @@ boost::asio::awaitable<SDKOutcome> awaitWait(SDKWait wait) {
   auto& main = std::get<MainCall>(wait);
   auto hop = runOnMain(std::move(main.call));
   co_await std::move(hop);
-  co_return SDKSuccess{main.message, std::nullopt};
+  co_return main.returned();
 }
 
 }  // namespace lumetra_rpc

@@ -35,6 +35,9 @@ struct SDKRace {
 struct MainCall {
   std::function<void()> call;
   ConstantText message;
+
+  // The outcome once the call has returned.
+  SDKOutcome returned() const { return SDKSuccess{message, std::nullopt}; }
 };
 
 using SDKWait = std::variant<SDKRace, MainCall>;
