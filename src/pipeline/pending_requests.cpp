@@ -7,11 +7,27 @@
 
 namespace lumetra_rpc {
 
-// Linked into the registry while open, so that shutdown can find every one of them. Once
-// answered, the slot itself is the main-executor job that delivers its text.
+// Linked into the registry from opening until it is freed, so that shutdown can find every
+// one of them. Once answered, the slot itself is the main-executor job that delivers its
+// text. Answering only flips `answered`: the thread that answers (a pool thread) never takes
+// the registry's lock, which the sending thread takes for every request it opens; the
+// unlinking waits until the slot is freed, usually on the thread that opened it.
 struct PendingRequests::Slot final : QueuedJob, std::enable_shared_from_this<Slot> {
   explicit Slot(PendingRequests& owner, Completion completion)
       : registry(owner), completion(std::move(completion)) {}
+  Slot(const Slot&) = delete;
+  Slot& operator=(const Slot&) = delete;
+
+  // Only shutdown's walk unlinks a slot early, answering it, and it holds a reference
+  // while it does: so a slot being freed reads `linked` without racing anyone.
+  ~Slot() {
+    if (!linked) return;
+    // Never answered, so never delivered either.
+    if (!answered.load(std::memory_order_acquire))
+      registry.undelivered_.fetch_sub(1, std::memory_order_acq_rel);
+    std::lock_guard lock(registry.mutex_);
+    registry.unlink(*this);
+  }
 
   void run() override {
     struct Delivered {
@@ -25,7 +41,8 @@ struct PendingRequests::Slot final : QueuedJob, std::enable_shared_from_this<Slo
   PendingRequests& registry;
   Completion completion;
   std::string text;
-  bool answered = false;
+  std::atomic<bool> answered{false};
+  bool linked = false;
   Slot* previous = nullptr;
   Slot* next = nullptr;
 };
@@ -45,6 +62,7 @@ PendingRequests::Admission PendingRequests::open(Completion completion, Ticket& 
   slot->next = first_;
   if (first_) first_->previous = slot.get();
   first_ = slot.get();
+  slot->linked = true;
   undelivered_.fetch_add(1, std::memory_order_acq_rel);
   ticket = std::move(slot);
   return admission_;
@@ -55,15 +73,11 @@ void PendingRequests::unlink(Slot& slot) noexcept {
   if (slot.next) slot.next->previous = slot.previous;
   if (first_ == &slot) first_ = slot.next;
   slot.previous = slot.next = nullptr;
+  slot.linked = false;
 }
 
 void PendingRequests::answer(Ticket ticket, std::string text) noexcept {
-  {
-    std::lock_guard lock(mutex_);
-    if (!ticket || ticket->answered) return;
-    ticket->answered = true;
-    unlink(*ticket);
-  }
+  if (!ticket || ticket->answered.exchange(true, std::memory_order_acq_rel)) return;
   // Only this call got past the flag, so nothing else touches the text now.
   ticket->text = std::move(text);
   queue(std::move(ticket));
@@ -71,23 +85,24 @@ void PendingRequests::answer(Ticket ticket, std::string text) noexcept {
 
 void PendingRequests::answerAll(const std::string& text) noexcept {
   std::lock_guard lock(mutex_);
-  while (first_) {
-    Slot& slot = *first_;
-    slot.answered = true;
-    unlink(slot);
-    // Queuing under the lock keeps a racing answer from slipping in between; the main
-    // queue never calls back into this registry while posting. The registry holds no
-    // ownership; a slot whose holders are all gone has nobody left to answer.
-    auto owned = slot.weak_from_this().lock();
-    if (!owned) {
-      undelivered_.fetch_sub(1, std::memory_order_acq_rel);
-      continue;
+  for (Slot* slot = first_; slot;) {
+    Slot* next = slot->next;
+    // The registry holds no ownership. A slot whose holders are all gone is being freed
+    // (its destructor waits for this lock); nobody is left to answer it.
+    if (auto owned = slot->weak_from_this().lock()) {
+      // Unlinked first, answered or not: should this be the last reference, or the main
+      // queue drop the job, the slot is freed right here, under this lock, and must not
+      // take it again.
+      unlink(*owned);
+      if (!owned->answered.exchange(true, std::memory_order_acq_rel)) {
+        try {
+          owned->text = text;
+        } catch (...) {
+        }
+        queue(std::move(owned));
+      }
     }
-    try {
-      owned->text = text;
-    } catch (...) {
-    }
-    queue(std::move(owned));
+    slot = next;
   }
 }
 

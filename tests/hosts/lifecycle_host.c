@@ -127,6 +127,28 @@ static int shutdown_pending(int host_driven) {
   return 0;
 }
 
+/* Shutdown while answers are still arriving, some at once on the pool, some late from the
+ * SDK's thread: each request ends with exactly one answer, its own or the 503, and none
+ * comes after shutdown returns. */
+static int shutdown_racing(int host_driven) {
+  configure(host_driven ? "{\"mainExecutor\":\"host\",\"sdk\":{\"replies\":{\"logEvent\":{\"delayMs\":1}}}}"
+                        : "{\"sdk\":{\"replies\":{\"logEvent\":{\"delayMs\":1}}}}");
+  for (size_t i = 0; i < MAX_REQUESTS; ++i)
+    send(
+        i % 2
+            ? "{\"id\":1,\"method\":\"getSDKVersion\"}"
+            : "{\"id\":2,\"method\":\"logEvent\",\"params\":{\"eventName\":\"race\",\"awaitResponse\":true}}",
+        i);
+  if (lmrpc_shutdown(2000) != LMRPC_OK) fail("shutdown did not finish in time");
+  int after = atomic_load(&calls);
+  for (size_t i = 0; i < MAX_REQUESTS; ++i)
+    if (atomic_load(&answered[i]) != 1) fail("a request was answered other than once");
+  sleep_ms(20);
+  if (lmrpc_main_run_until_idle() != 0 || atomic_load(&calls) != after) fail("a callback ran after shutdown");
+  printf("ok: shutdown racing %d answers ended each request once\n", MAX_REQUESTS);
+  return 0;
+}
+
 /* Shutdown before first use ends the library just the same, and stays the answer. */
 static int shutdown_unused(void) {
   if (lmrpc_shutdown(0) != LMRPC_OK) fail("shutting down an unused library failed");
@@ -332,6 +354,7 @@ int main(int argc, char **argv) {
   if (strcmp(scenario, "exit-in-flight") == 0) return exit_in_flight(host, count);
   if (strcmp(scenario, "exit-in-callback") == 0) return exit_in_callback(host);
   if (strcmp(scenario, "shutdown-pending") == 0) return shutdown_pending(host);
+  if (strcmp(scenario, "shutdown-racing") == 0) return shutdown_racing(host);
   if (strcmp(scenario, "shutdown-unused") == 0) return shutdown_unused();
   if (strcmp(scenario, "shutdown-in-callback") == 0) return shutdown_in_callback(host);
   if (strcmp(scenario, "pump-rules") == 0) return pump_rules(host);
