@@ -47,6 +47,13 @@ TEST(JSONObject, KeepsMembersSortedAndTheLastOfEqualNames) {
   auto object = JSONObject::fromUnsorted({{"b", 1}, {"a", 2}, {"b", 3}, {"c", 4}, {"a", 5}});
   EXPECT_EQ(*writeJSON(object), R"({"a":5,"b":3,"c":4})");
   EXPECT_EQ(*writeJSON(*readJSON(R"({"z":1,"y":{"k":1,"k":2},"z":3})")), R"({"y":{"k":2},"z":3})");
+  // Names order by their bytes taken unsigned: the empty name first, UTF-8 after ASCII.
+  auto bytes =
+      JSONObject::fromUnsorted({{"\u00e9", 1}, {"za", 2}, {"", 3}, {"z", 4}, {"Z", 5}, {"\u00e9", 6}});
+  EXPECT_EQ(*writeJSON(bytes), "{\"\":3,\"Z\":5,\"z\":4,\"za\":2,\"\u00e9\":6}");
+  EXPECT_NE(bytes.find("\u00e9"), bytes.end());
+  EXPECT_NE(bytes.find(""), bytes.end());
+  EXPECT_EQ(bytes.find("zb"), bytes.end());
   // Past a few members the sort takes another path; it must keep the same order and rule.
   JSONObject::Members many;
   for (int i = 300; i > 0; --i) many.emplace_back("k" + std::to_string(i % 7), i);
