@@ -127,6 +127,25 @@ static int shutdown_pending(int host_driven) {
   return 0;
 }
 
+/* A burst sent at once, ending in requests that wait on an SDK that never answers: nothing
+ * comes after the last answers to bring them, and each must still arrive, once. */
+static int burst(int host_driven) {
+  configure(host_driven ? "{\"mainExecutor\":\"host\",\"sdk\":{\"replies\":{\"start\":{\"never\":true}}}}"
+                        : "{\"sdk\":{\"replies\":{\"start\":{\"never\":true}}}}");
+  const int waiting = 40;
+  for (size_t i = 0; i < MAX_REQUESTS; ++i)
+    send(i >= MAX_REQUESTS - waiting ? "{\"id\":3,\"method\":\"start\"}"
+         : i % 3                     ? "{\"id\":1,\"method\":\"getSDKVersion\"}"
+                                     : "{\"id\":2,\"method\":\"noSuchMethod\"}",
+         i);
+  wait_for_calls(MAX_REQUESTS - waiting, host_driven);
+  if (lmrpc_shutdown(50) != LMRPC_OK) fail("shutdown did not finish in time");
+  for (size_t i = 0; i < MAX_REQUESTS; ++i)
+    if (atomic_load(&answered[i]) != 1) fail("a request was answered other than once");
+  printf("ok: a burst of %d requests was answered\n", MAX_REQUESTS);
+  return 0;
+}
+
 /* Shutdown while answers are still arriving, some at once on the pool, some late from the
  * SDK's thread: each request ends with exactly one answer, its own or the 503, and none
  * comes after shutdown returns. */
@@ -354,6 +373,7 @@ int main(int argc, char **argv) {
   if (strcmp(scenario, "exit-in-flight") == 0) return exit_in_flight(host, count);
   if (strcmp(scenario, "exit-in-callback") == 0) return exit_in_callback(host);
   if (strcmp(scenario, "shutdown-pending") == 0) return shutdown_pending(host);
+  if (strcmp(scenario, "burst") == 0) return burst(host);
   if (strcmp(scenario, "shutdown-racing") == 0) return shutdown_racing(host);
   if (strcmp(scenario, "shutdown-unused") == 0) return shutdown_unused();
   if (strcmp(scenario, "shutdown-in-callback") == 0) return shutdown_in_callback(host);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
 #include <thread>
 
@@ -105,6 +106,42 @@ TEST(Bridge, ARemovedHandlerIsNeverCalledAfterRemovalReturns) {
   testing::pumpFor(std::chrono::milliseconds(20));
   EXPECT_EQ(lateCalls.load(), 0);
   EXPECT_GT(calls.load(), 0);  // the race was real: handlers did receive events
+}
+
+// A host that pumps only when the library wakes it, as an event loop does, gets every
+// answer of a burst: a lost wake-up would leave answers queued with nobody pumping. The
+// pool is kept busy behind them with the completion form's requests, which are answered on
+// the pool and never touch the main executor.
+TEST(Bridge, AHostThatPumpsOnlyWhenWokenGetsEveryAnswerOfABurst) {
+  std::mutex mutex;
+  std::condition_variable woken;
+  bool wake = false;
+  Runtime::setMainWakeup([&] {
+    std::lock_guard lock(mutex);
+    wake = true;
+    woken.notify_one();
+  });
+  auto bridge = LumetraRPCBridge::create();
+  auto client = LMRPCClient::create([](std::string) {});
+  constexpr int kBridged = 64;
+  constexpr int kPooled = 2000;
+  std::atomic<int> answered{0};
+  std::atomic<int> pooled{0};
+  for (int i = 0; i < kBridged; ++i)
+    bridge->executeJson(R"({"id":1,"method":"getSDKVersion"})", [&](std::string) { ++answered; });
+  for (int i = 0; i < kPooled; ++i)
+    client->executeWithJsonRequest(R"({"id":2,"method":"getSDKVersion"})", [&](std::string) { ++pooled; });
+  while (answered.load() < kBridged) {
+    {
+      std::unique_lock lock(mutex);
+      if (!woken.wait_for(lock, std::chrono::seconds(3), [&] { return wake; })) break;
+      wake = false;
+    }
+    Runtime::runMainUntilIdle();
+  }
+  Runtime::setMainWakeup(nullptr);
+  EXPECT_EQ(answered.load(), kBridged);
+  EXPECT_TRUE(testing::pumpUntil([&] { return pooled.load() == kPooled; }));
 }
 
 }  // namespace
