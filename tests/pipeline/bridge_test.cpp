@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -113,13 +114,19 @@ TEST(Bridge, ARemovedHandlerIsNeverCalledAfterRemovalReturns) {
 // pool is kept busy behind them with the completion form's requests, which are answered on
 // the pool and never touch the main executor.
 TEST(Bridge, AHostThatPumpsOnlyWhenWokenGetsEveryAnswerOfABurst) {
-  std::mutex mutex;
-  std::condition_variable woken;
-  bool wake = false;
-  Runtime::setMainWakeup([&] {
-    std::lock_guard lock(mutex);
-    wake = true;
-    woken.notify_one();
+  // Shared with the wake-up, which a pool thread may still be calling after it is removed.
+  struct Wakes {
+    std::mutex mutex;
+    std::condition_variable woken;
+    // A host pumps once when it installs its wake-up: work queued before then was
+    // announced to whatever wake-up was installed at the time.
+    bool wake = true;
+  };
+  auto wakes = std::make_shared<Wakes>();
+  Runtime::setMainWakeup([wakes] {
+    std::lock_guard lock(wakes->mutex);
+    wakes->wake = true;
+    wakes->woken.notify_one();
   });
   auto bridge = LumetraRPCBridge::create();
   auto client = LMRPCClient::create([](std::string) {});
@@ -133,9 +140,9 @@ TEST(Bridge, AHostThatPumpsOnlyWhenWokenGetsEveryAnswerOfABurst) {
     client->executeWithJsonRequest(R"({"id":2,"method":"getSDKVersion"})", [&](std::string) { ++pooled; });
   while (answered.load() < kBridged) {
     {
-      std::unique_lock lock(mutex);
-      if (!woken.wait_for(lock, std::chrono::seconds(3), [&] { return wake; })) break;
-      wake = false;
+      std::unique_lock lock(wakes->mutex);
+      if (!wakes->woken.wait_for(lock, std::chrono::seconds(3), [&] { return wakes->wake; })) break;
+      wakes->wake = false;
     }
     Runtime::runMainUntilIdle();
   }
