@@ -117,7 +117,9 @@ LMRPC_API int lmrpc_is_main_executor(void);
 /* Host-driven mode: `wake(context)` is called, from any thread (often a library thread),
  * each time the main executor goes from idle to having work, so the host pumps only when
  * needed (a libuv async handle, a Dart port, an Android looper). It must return quickly
- * and must not pump itself. NULL removes it; it may be set at any time. A host whose
+ * and must not pump itself. NULL removes it; it may be set at any time, but work already
+ * waiting was announced to the wake-up set before, so a host pumps once after setting it
+ * (or sets it before its first request). A host whose
  * runtime ends foreign threads during its own teardown (Python) removes it, or shuts the
  * library down, before that teardown. */
 LMRPC_API void lmrpc_set_main_wakeup(lmrpc_wakeup_callback wake, void *context);

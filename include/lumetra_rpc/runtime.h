@@ -38,7 +38,8 @@ class LMRPC_API Runtime {
 
   // Host-driven mode: `wakeup` is called, from any thread, each time the main executor
   // goes from idle to having work, so a host loop can pump only when needed. It must not
-  // pump or block; it may be called again before the host has pumped.
+  // pump or block; it may be called again before the host has pumped. Work already waiting
+  // when it is set was announced to the one before: pump once after setting it.
   static void setMainWakeup(std::function<void()> wakeup) noexcept;
 };
 
