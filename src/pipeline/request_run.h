@@ -60,8 +60,9 @@ struct RequestJob {
 };
 
 // Runs the request on the pool; `deliver(text)` is called exactly once, on a pool thread,
-// or on the main executor for a deliverer that hands its answer there anyway. The deliverer is stored inline
-// in the pool's job, so a request costs no allocation of its own for it.
+// or on the main executor for a deliverer that hands its answer there anyway. The
+// deliverer is stored inline in the pool's job, so a request costs no allocation of its
+// own for it.
 template <typename Deliver>
 void runRequest(std::shared_ptr<LMRPCClient> client, std::string text, Deliver deliver) noexcept {
   // The answer is written into the request's memory, made large enough here, on the
