@@ -3,6 +3,7 @@
 // nothing in the request path throws.
 
 #include <cassert>
+#include <type_traits>
 #include <utility>
 #include <variant>
 
@@ -15,10 +16,20 @@ struct Unexpected {
 template <typename E>
 Unexpected(E) -> Unexpected<E>;
 
+template <typename T>
+inline constexpr bool kIsUnexpected = false;
+template <typename E>
+inline constexpr bool kIsUnexpected<Unexpected<E>> = true;
+
 template <typename T, typename E>
 class Expected {
  public:
-  Expected(T value) : state_(std::in_place_index<0>, std::move(value)) {}
+  // Built in place from whatever makes a T: a value on its way out of a function is not
+  // moved once more through a parameter.
+  template <typename U = T>
+  requires(std::is_constructible_v<T, U&&> && !std::is_same_v<std::remove_cvref_t<U>, Expected> &&
+           !kIsUnexpected<std::remove_cvref_t<U>>) Expected(U&& value)
+      : state_(std::in_place_index<0>, std::forward<U>(value)) {}
   Expected(Unexpected<E> failure) : state_(std::in_place_index<1>, std::move(failure.error)) {}
 
   bool hasValue() const noexcept { return state_.index() == 0; }

@@ -71,59 +71,76 @@ class Scratch {
 // even inside members that nobody reads. Keeping decodes the value; checking only
 // validates it and holds nothing, and takes a well-formed number of any size, since it is
 // never converted.
+//
+// Each value is decoded straight into the place that keeps it (an array's element, an
+// object's member), so it is never moved on its way there.
 class Decoder {
  public:
   enum class Mode { keep, check };
   explicit Decoder(Mode mode) : keep_(mode == Mode::keep) {}
 
+  // Decodes into `out`, which is left null when checking; false on failure.
   template <typename V>
-  Expected<AnyCodable, ReadFailure> decode(V& value, std::size_t depth) {
+  bool decode(V& value, std::size_t depth, AnyCodable& out) {
     od::json_type type;
-    if (auto error = value.type().get(type)) return failure(error);
+    if (auto error = value.type().get(type)) return fail(error);
     switch (type) {
       case od::json_type::null: {
         bool isNull = false;
-        if (value.is_null().get(isNull) || !isNull) return failure(simdjson::N_ATOM_ERROR);
-        return AnyCodable();
+        if (value.is_null().get(isNull) || !isNull) return fail(simdjson::N_ATOM_ERROR);
+        return true;
       }
       case od::json_type::boolean: {
         bool b = false;
-        if (value.get_bool().get(b)) return failure(atomError(value));
-        return AnyCodable(b);
+        if (value.get_bool().get(b)) return fail(atomError(value));
+        if (keep_) out = AnyCodable(b);
+        return true;
       }
       case od::json_type::number:
-        return decodeNumber(value);
+        return decodeNumber(value, out);
       case od::json_type::string:
-        return decodeString(value);
+        return decodeString(value, out);
       case od::json_type::array:
-        return decodeArray(value, depth + 1);
+        return decodeArray(value, depth + 1, out);
       case od::json_type::object:
-        return decodeObject(value, depth + 1);
+        return decodeObject(value, depth + 1, out);
     }
-    return failure(std::string(kUnsupportedType));
+    return fail(failure(std::string(kUnsupportedType)));
   }
 
   template <typename V>
-  Expected<AnyCodable, ReadFailure> decodeObject(V& value, std::size_t depth) {
-    if (depth > kMaxNestingDepth) return nestingFailure();
+  bool decodeObject(V& value, std::size_t depth, AnyCodable& out) {
+    if (depth > kMaxNestingDepth) return failNesting();
     od::object object;
-    if (auto error = value.get_object().get(object)) return failure(error);
+    if (auto error = value.get_object().get(object)) return fail(error);
     auto& members = Scratch<JSONObject::Members>::at(depth);
+    AnyCodable unkept;
     for (auto field : object) {
       std::string_view key;
-      if (auto error = field.unescaped_key().get(key)) return failure(error);
+      if (auto error = field.unescaped_key().get(key)) return fail(error);
       od::value member;
-      if (auto error = field.value().get(member)) return failure(error);
-      auto decoded = decode(member, depth);
-      if (!decoded) return Failure{decoded.error()};
-      if (keep_) members.emplace_back(std::string(key), std::move(decoded).value());
+      if (auto error = field.value().get(member)) return fail(error);
+      AnyCodable& place = keep_ ? members.emplace_back(std::string(key), AnyCodable()).second : unkept;
+      if (!decode(member, depth, place)) return false;
     }
-    auto sorted = JSONObject::fromUnsorted(std::span(members));
+    if (keep_) out = AnyCodable(JSONObject::fromUnsorted(std::span(members)));
     Scratch<JSONObject::Members>::done(members);
-    return AnyCodable(std::move(sorted));
+    return true;
   }
 
+  ReadFailure&& takeFailure() && { return std::move(failure_); }
+
  private:
+  bool fail(Failure why) {
+    failure_ = std::move(why.error);
+    return false;
+  }
+  bool fail(simdjson::error_code code) { return fail(failure(code)); }
+  bool failNesting() {
+    return fail(failure("Arrays and objects nested deeper than " + std::to_string(kMaxNestingDepth) +
+                        " levels are not accepted"));
+  }
+
   // A value's raw token comes plain, a document's wrapped: take both the same way.
   template <typename V>
   static std::string_view rawToken(V& value) {
@@ -139,55 +156,55 @@ class Decoder {
   }
 
   template <typename V>
-  Expected<AnyCodable, ReadFailure> decodeNumber(V& value) {
+  bool decodeNumber(V& value, AnyCodable& out) {
     const std::string_view token = rawToken(value);
     const NumberText kind = classifyNumber(token);
-    if (kind == NumberText::invalid) return failure(simdjson::NUMBER_ERROR);
-    if (!keep_) return AnyCodable();
+    if (kind == NumberText::invalid) return fail(simdjson::NUMBER_ERROR);
+    if (!keep_) return true;
     // Longer integer texts lie outside 64 bits, and simdjson's reader of a top-level
     // integer cuts them short instead of refusing them.
     constexpr std::size_t kLongestInt64Text = 20;
     std::int64_t i = 0;
     const std::size_t length = std::min(token.find_first_of(" \t\r\n"), token.size());
-    if (kind == NumberText::integer && length <= kLongestInt64Text && !value.get_int64().get(i))
-      return AnyCodable(i);
+    if (kind == NumberText::integer && length <= kLongestInt64Text && !value.get_int64().get(i)) {
+      out = AnyCodable(i);
+      return true;
+    }
     // Fractions, exponents and integers beyond 64 bits (either sign); 1e400 fits no double.
     double d = 0;
-    if (value.get_double().get(d) || !std::isfinite(d)) return failure(std::string(kUnsupportedType));
+    if (value.get_double().get(d) || !std::isfinite(d)) return fail(failure(std::string(kUnsupportedType)));
     // An integer text here lies outside the 64-bit range even where its double rounds
     // into it, so it stays a double.
-    return kind == NumberText::integer ? AnyCodable(d) : numberFromDouble(d);
+    out = kind == NumberText::integer ? AnyCodable(d) : numberFromDouble(d);
+    return true;
   }
 
   template <typename V>
-  Expected<AnyCodable, ReadFailure> decodeString(V& value) {
+  bool decodeString(V& value, AnyCodable& out) {
     std::string_view text;
-    if (auto error = value.get_string().get(text)) return failure(error);
-    return keep_ ? AnyCodable(std::string(text)) : AnyCodable();
+    if (auto error = value.get_string().get(text)) return fail(error);
+    if (keep_) out.value().template emplace<std::string>(text);
+    return true;
   }
 
   template <typename V>
-  Expected<AnyCodable, ReadFailure> decodeArray(V& value, std::size_t depth) {
-    if (depth > kMaxNestingDepth) return nestingFailure();
+  bool decodeArray(V& value, std::size_t depth, AnyCodable& out) {
+    if (depth > kMaxNestingDepth) return failNesting();
     od::array array;
-    if (auto error = value.get_array().get(array)) return failure(error);
+    if (auto error = value.get_array().get(array)) return fail(error);
     auto& elements = Scratch<JSONArray>::at(depth);
+    AnyCodable unkept;
     for (auto element : array) {
       od::value item;
-      if (auto error = element.get(item)) return failure(error);
-      auto decoded = decode(item, depth);
-      if (!decoded) return Failure{decoded.error()};
-      if (keep_) elements.push_back(std::move(decoded).value());
+      if (auto error = element.get(item)) return fail(error);
+      if (!decode(item, depth, keep_ ? elements.emplace_back() : unkept)) return false;
     }
-    return AnyCodable(Scratch<JSONArray>::take(elements));
-  }
-
-  static Failure nestingFailure() {
-    return failure("Arrays and objects nested deeper than " + std::to_string(kMaxNestingDepth) +
-                   " levels are not accepted");
+    if (keep_) out = AnyCodable(Scratch<JSONArray>::take(elements));
+    return true;
   }
 
   bool keep_;
+  ReadFailure failure_;
 };
 
 // One reusable parser and padded buffer per thread: no allocation per request once warm.
@@ -218,6 +235,14 @@ Expected<std::monostate, ReadFailure> requireEnd(od::document& document) {
   return std::monostate{};
 }
 
+// Decodes one member in full into `out`.
+template <typename V>
+Expected<std::monostate, ReadFailure> decodeInto(Decoder::Mode mode, V& value, AnyCodable& out) {
+  Decoder decoder(mode);
+  if (!decoder.decode(value, 0, out)) return Failure{std::move(decoder).takeFailure()};
+  return std::monostate{};
+}
+
 // The request's three members, decoded as they arrive; every other member is checked.
 class RequestFields {
  public:
@@ -225,7 +250,8 @@ class RequestFields {
     if (key == "id") return takeId(member);
     if (key == "method") return takeMethod(member);
     if (key == "params") return takeParams(member);
-    return succeeded(Decoder(Decoder::Mode::check).decode(member, 0));
+    AnyCodable unkept;
+    return decodeInto(Decoder::Mode::check, member, unkept);
   }
 
   Expected<LMRPCRequest, ReadFailure> finish() {
@@ -234,22 +260,17 @@ class RequestFields {
   }
 
  private:
-  static Expected<std::monostate, ReadFailure> succeeded(const Expected<AnyCodable, ReadFailure>& decoded) {
-    if (!decoded) return Failure{decoded.error()};
-    return std::monostate{};
-  }
-
   Expected<std::monostate, ReadFailure> takeId(od::value& member) {
-    auto id = Decoder(Decoder::Mode::keep).decode(member, 0);
-    if (!id) return Failure{id.error()};
-    request_.id = id->isNull() ? std::nullopt : std::optional<AnyCodable>(std::move(id).value());
-    return std::monostate{};
+    auto& id = request_.id.emplace();
+    auto decoded = decodeInto(Decoder::Mode::keep, member, id);
+    if (id.isNull()) request_.id.reset();
+    return decoded;
   }
 
   Expected<std::monostate, ReadFailure> takeMethod(od::value& member) {
-    auto method = Decoder(Decoder::Mode::keep).decode(member, 0);
-    if (!method) return Failure{method.error()};
-    auto* name = method->getIf<std::string>();
+    AnyCodable method;
+    if (auto decoded = decodeInto(Decoder::Mode::keep, member, method); !decoded) return decoded;
+    auto* name = method.getIf<std::string>();
     if (!name) return failure("The member 'method' must be a string");
     request_.method = std::move(*name);
     sawMethod_ = true;
@@ -257,11 +278,11 @@ class RequestFields {
   }
 
   Expected<std::monostate, ReadFailure> takeParams(od::value& member) {
-    auto params = Decoder(Decoder::Mode::keep).decode(member, 0);
-    if (!params) return Failure{params.error()};
-    if (auto* members = params->getIf<JSONObject>()) {
+    AnyCodable params;
+    if (auto decoded = decodeInto(Decoder::Mode::keep, member, params); !decoded) return decoded;
+    if (auto* members = params.getIf<JSONObject>()) {
       request_.params = std::move(*members);
-    } else if (params->isNull()) {
+    } else if (params.isNull()) {
       request_.params.clear();
     } else {
       return failure("The member 'params' must be an object or null");
@@ -278,8 +299,9 @@ class RequestFields {
 Expected<AnyCodable, ReadFailure> readJSON(std::string_view text) {
   auto document = openDocument(text);
   if (!document) return Failure{document.error()};
-  auto value = Decoder(Decoder::Mode::keep).decode(*document, 0);
-  if (!value) return value;
+  AnyCodable value;
+  if (auto decoded = decodeInto(Decoder::Mode::keep, *document, value); !decoded)
+    return Failure{decoded.error()};
   if (auto end = requireEnd(*document); !end) return Failure{end.error()};
   return value;
 }
