@@ -17,7 +17,7 @@ namespace {
 // A route that owns its handler value and forwards the category request to it.
 template <typename Category, typename Handler>
 Route<Category> routeTo(Handler handler) {
-  return [handler = std::move(handler)](Category request) { return handler.handle(std::move(request)); };
+  return [handler = std::move(handler)](Category&& request) { return handler.handle(std::move(request)); };
 }
 
 }  // namespace
@@ -25,16 +25,18 @@ Route<Category> routeTo(Handler handler) {
 std::shared_ptr<const LMRPCHandlerRouter> LMRPCHandlerRouter::make(
     std::shared_ptr<LMRPCSDKCapabilities> sdk, std::shared_ptr<LMRPCListenerHandler> listener,
     TimeoutConfig timeouts) {
-  return std::make_shared<const LMRPCHandlerRouter>(Routes{
-      routeTo<LMRPCCoreRequest>(LMRPCCoreHandler(sdk, timeouts)),
-      routeTo<LMRPCSimpleConfigRequest>(LMRPCSimpleConfigHandler(sdk)),
-      routeTo<LMRPCComplexConfigRequest>(LMRPCComplexConfigHandler(sdk)),
-      routeTo<LMRPCPrivacyRequest>(LMRPCPrivacyHandler(sdk)),
-      routeTo<LMRPCDeepLinkRequest>(LMRPCDeepLinkHandler(sdk)),
-      routeTo<LMRPCMonetizationRequest>(LMRPCMonetizationHandler(sdk, timeouts)),
-      routeTo<LMRPCNotificationRequest>(LMRPCNotificationHandler(sdk)),
-      routeTo<LMRPCDataRequest>(LMRPCDataHandler(sdk)),
-      [listener = std::move(listener)](LMRPCListenerRequest request) { return listener->handle(request); }});
+  return std::make_shared<const LMRPCHandlerRouter>(
+      Routes{routeTo<LMRPCCoreRequest>(LMRPCCoreHandler(sdk, timeouts)),
+             routeTo<LMRPCSimpleConfigRequest>(LMRPCSimpleConfigHandler(sdk)),
+             routeTo<LMRPCComplexConfigRequest>(LMRPCComplexConfigHandler(sdk)),
+             routeTo<LMRPCPrivacyRequest>(LMRPCPrivacyHandler(sdk)),
+             routeTo<LMRPCDeepLinkRequest>(LMRPCDeepLinkHandler(sdk)),
+             routeTo<LMRPCMonetizationRequest>(LMRPCMonetizationHandler(sdk, timeouts)),
+             routeTo<LMRPCNotificationRequest>(LMRPCNotificationHandler(sdk)),
+             routeTo<LMRPCDataRequest>(LMRPCDataHandler(sdk)),
+             [listener = std::move(listener)](LMRPCListenerRequest&& request) {
+               return listener->handle(std::move(request));
+             }});
 }
 
 RoutedOutcome LMRPCHandlerRouter::route(LMRPCParsedRequest request) const {

@@ -18,7 +18,7 @@ class LMRPCSDKCapabilities;
 class LMRPCListenerHandler;
 
 template <typename Category>
-using Route = std::function<RoutedOutcome(Category)>;
+using Route = std::function<RoutedOutcome(Category&&)>;
 
 class LMRPCHandlerRouter {
  public:
