@@ -32,7 +32,9 @@ void recordSpread(Figures& figures, const std::string& name, const std::vector<d
 }  // namespace
 
 void measureThroughput(Figures& figures, bool bridge, bool peer) {
-  constexpr int kRounds = 5;
+  // Rounds of one measure differ by up to a third on this kind of machine; with five, the
+  // medians of two back-to-back runs moved by a tenth, more than some targets' margins.
+  constexpr int kRounds = 11;
   std::vector<Throughput> measures;
   if (bridge) {
     for (auto& m : facadeThroughputs()) measures.push_back(std::move(m));
