@@ -79,7 +79,8 @@ class Decoder {
   enum class Mode { keep, check };
   explicit Decoder(Mode mode) : keep_(mode == Mode::keep) {}
 
-  // Decodes into `out`, which is left null when checking; false on failure.
+  // Decodes into `out`, which is left null when checking (so that children being checked
+  // can share it); false on failure.
   template <typename V>
   bool decode(V& value, std::size_t depth, AnyCodable& out) {
     od::json_type type;
@@ -114,13 +115,12 @@ class Decoder {
     od::object object;
     if (auto error = value.get_object().get(object)) return fail(error);
     auto& members = Scratch<JSONObject::Members>::at(depth);
-    AnyCodable unkept;
     for (auto field : object) {
       std::string_view key;
       if (auto error = field.unescaped_key().get(key)) return fail(error);
       od::value member;
       if (auto error = field.value().get(member)) return fail(error);
-      AnyCodable& place = keep_ ? members.emplace_back(std::string(key), AnyCodable()).second : unkept;
+      AnyCodable& place = keep_ ? members.emplace_back(std::string(key), AnyCodable()).second : out;
       if (!decode(member, depth, place)) return false;
     }
     if (keep_) out = AnyCodable(JSONObject::fromUnsorted(std::span(members)));
@@ -193,11 +193,10 @@ class Decoder {
     od::array array;
     if (auto error = value.get_array().get(array)) return fail(error);
     auto& elements = Scratch<JSONArray>::at(depth);
-    AnyCodable unkept;
     for (auto element : array) {
       od::value item;
       if (auto error = element.get(item)) return fail(error);
-      if (!decode(item, depth, keep_ ? elements.emplace_back() : unkept)) return false;
+      if (!decode(item, depth, keep_ ? elements.emplace_back() : out)) return false;
     }
     if (keep_) out = AnyCodable(Scratch<JSONArray>::take(elements));
     return true;
